@@ -1,0 +1,13 @@
+// Everything the library offers, in one include.
+#ifndef CFMETA_CFMETA_H_
+#define CFMETA_CFMETA_H_
+
+#include "cfmeta/cfmeta_export.h"
+#include "cfmeta/field/cfdatum.h"
+#include "cfmeta/vocab/cfvocabulary.h"
+#include "cfmeta/vocab/xmlelement.h"
+#include "cfmeta/xml/cfxml_c.h"
+#include "cfmeta/xml/cfxmliteratorwrapper.h"
+#include "cfmeta/xml/cfxmlwrapper.h"
+
+#endif  // CFMETA_CFMETA_H_
