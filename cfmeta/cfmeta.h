@@ -4,6 +4,9 @@
 
 #include "cfmeta/cfmeta_export.h"
 #include "cfmeta/field/cfdatum.h"
+#include "cfmeta/field/cffield.h"
+#include "cfmeta/field/cfrange.h"
+#include "cfmeta/field/cfvalue.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/vocab/xmlelement.h"
 #include "cfmeta/xml/cfxml_c.h"

@@ -1,0 +1,483 @@
+#include "cfmeta/field/cffield.h"
+
+#include <cstring>
+#include <limits>
+#include <string>
+#include <utility>
+
+#include "cfmeta/field/cffieldread_internal.h"
+#include "cfmeta/format/cfformat.h"
+#include "cfmeta/vocab/cfvocabulary.h"
+#include "cfmeta/vocab/xmlelement.h"
+#include "cfmeta/xml/cfxmliteratorwrapper.h"
+#include "cfmeta/xml/cfxmlwrapper.h"
+
+using CfExtension::CFXMLIteratorWrapper;
+using CfExtension::CFXMLWrapper;
+namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
+namespace XMLElements = CfCppHelperV1::XMLElements;
+namespace XMLEntities = CfCppHelperV1::XMLEntities;
+
+namespace {
+
+constexpr int kBadContent = CfExtension::kXMLBadArgument;
+constexpr int kAbsent = 4;
+
+// Texts of this library that have no vocabulary constant.
+const char* const kSubRoleAttribute = "subRole";
+const char* const kConfidenceRole = "confidence";
+const char* const kRecordIdRole = "recordId";
+const char* const kCumulativeHazardRole = "cumulativeHazard";
+const char* const kExtendedRole = "extended";
+const char* const kNoRuleFeature = "";
+
+bool IsCategorical(CFField::FieldType type) {
+  return type >= CFField::Nominal && type <= CFField::Discrete;
+}
+
+// Reads an enumeration attribute: absent or empty gives `fallback`, a text not in `rows` 5.
+int GetEnumAttr(const CFXMLWrapper& element, const char* name, const CFField::EntityRow* rows,
+                uint32_t fallback, uint32_t& value) {
+  std::string text;
+  bool found = false;
+  int rc = element.getAttribute(name, text, found);
+  if (rc != 0) return rc;
+  if (!found || text.empty()) {
+    value = fallback;
+    return 0;
+  }
+  int row = cfmeta_internal::FindStrInList(text.c_str(), rows);
+  if (row < 0) return kBadContent;
+  value = rows[row].value;
+  return 0;
+}
+
+// Reads a count attribute: absent gives `fallback`; negative, unconvertible or beyond `limit`
+// is refused.
+int GetCountAttr(const CFXMLWrapper& element, const char* name, long long limit, long long fallback,
+                 long long& value) {
+  bool found = false;
+  int rc = element.getAttribute(name, value, found);
+  if (rc != 0) return rc;
+  if (!found) {
+    value = fallback;
+    return 0;
+  }
+  return value < 0 || value > limit ? kBadContent : 0;
+}
+
+// The first direct child named `name`, or null. Owned by `element`.
+CFXMLWrapper* FirstChild(const CFXMLWrapper& element, const char* name) {
+  CFXMLIteratorWrapper* children = nullptr;
+  if (element.getElementDirectIterator(name, &children) != 0) return nullptr;
+  return children->nextElement();
+}
+
+}  // namespace
+
+const CFField::EntityRow CFField::kStorageTable[] = {
+    {UnknownStorage, XMLEntities::Unknown},     {IntegerStorage, XMLEntities::Integer},
+    {RealStorage, XMLEntities::Real},           {StringStorage, XMLEntities::String},
+    {DateStorage, XMLEntities::Date},           {TimeStorage, XMLEntities::Time},
+    {TimestampStorage, XMLEntities::Timestamp}, {0, nullptr}};
+
+const CFField::EntityRow CFField::kRoleTable[] = {{Input, XMLEntities::Input},
+                                                  {Target, XMLEntities::Target},
+                                                  {Both, XMLEntities::Both},
+                                                  {Partition, XMLEntities::Partition},
+                                                  {Split, XMLEntities::Split},
+                                                  {FreqWeight, XMLEntities::FreqWeight},
+                                                  {RecordId, XMLEntities::RecordId},
+                                                  {NoRole, XMLEntities::None},
+                                                  {0, nullptr}};
+
+const CFField::EntityRow CFField::kStructureTable[] = {
+    {Primitive, XMLEntities::Primitive}, {List, XMLEntities::List}, {0, nullptr}};
+
+const CFField::EntityRow CFField::kMeasureTable[] = {
+    {Continuous, XMLEntities::Continuous}, {Nominal, XMLEntities::Nominal},
+    {Ordinal, XMLEntities::Ordinal},       {Flag, XMLEntities::Flag},
+    {Discrete, XMLEntities::Discrete},     {Typeless, XMLEntities::Typeless},
+    {UnknownType, XMLEntities::Unknown},   {0, nullptr}};
+
+const CFField::EntityRow CFField::kGeoTypeTable[] = {{4, XMLEntities::Polygon},
+                                                     {5, XMLEntities::MultiPolygon},
+                                                     {0, XMLEntities::Point},
+                                                     {1, XMLEntities::MultiPoint},
+                                                     {2, XMLEntities::LineString},
+                                                     {3, XMLEntities::MultiLineString},
+                                                     {0, nullptr}};
+
+const CFField::EntityRow CFField::kModelFieldRoleTable[] = {{0, XMLEntities::Unknown},
+                                                            {1, XMLEntities::PredictedValue},
+                                                            {2, XMLEntities::Probability},
+                                                            {3, kConfidenceRole},
+                                                            {4, XMLEntities::Residual},
+                                                            {5, XMLEntities::StandardError},
+                                                            {6, XMLEntities::ClusterId},
+                                                            {7, XMLEntities::ClusterAffinity},
+                                                            {8, XMLEntities::EntityId},
+                                                            {9, XMLEntities::EntityAffinity},
+                                                            {10, XMLEntities::UpperConfidenceLimit},
+                                                            {11, XMLEntities::LowerConfidenceLimit},
+                                                            {12, XMLEntities::Propensity},
+                                                            {13, kRecordIdRole},
+                                                            {14, kCumulativeHazardRole},
+                                                            {15, XMLEntities::Warning},
+                                                            {16, XMLEntities::RuleValue},
+                                                            {17, kExtendedRole},
+                                                            {18, XMLEntities::Derived},
+                                                            {0, nullptr}};
+
+const CFField::EntityRow CFField::kRuleFeatureTable[] = {
+    {7, kNoRuleFeature},       {0, XMLEntities::Antecedent}, {1, XMLEntities::Consequent},
+    {2, XMLEntities::Rule},    {3, XMLEntities::RuleId},     {4, XMLEntities::Confidence},
+    {5, XMLEntities::Support}, {6, XMLEntities::Lift},       {0, nullptr}};
+
+const CFField::EntityRow CFField::kPartitionTable[] = {{1, XMLEntities::Training},
+                                                       {2, XMLEntities::Testing},
+                                                       {3, XMLEntities::Validation},
+                                                       {0, nullptr}};
+
+namespace cfmeta_internal {
+
+int FindStrInList(const char* text, const CFField::EntityRow* rows) {
+  if (text == nullptr) return -1;
+  for (int i = 0; rows[i].text != nullptr; ++i) {
+    if (std::strcmp(text, rows[i].text) == 0) return i;
+  }
+  return -1;
+}
+
+int GetBoolAttr(const CFXMLWrapper& element, const char* name, bool& value, bool& found) {
+  value = false;
+  std::string text;
+  int rc = element.getAttribute(name, text, found);
+  if (rc != 0 || !found) return rc;
+  if (text == XMLEntities::True) {
+    value = true;
+    return 0;
+  }
+  return text == XMLEntities::False ? 0 : kBadContent;
+}
+
+namespace {
+// A string datum gives up its buffer; any other becomes a null integer.
+void MakeNull(CFDatum& datum) {
+  if (datum.GetType() == CFDatum::String) {
+    datum.SetValue(nullptr, true);
+  } else {
+    datum = CFDatum();
+  }
+}
+}  // namespace
+
+int GetDataValueAttr(const CFXMLWrapper& element, const char* name, CFDatum::DataType type,
+                     CFDatum& datum, int& status) {
+  MakeNull(datum);
+  status = -1;
+  bool found = false;
+  switch (type) {
+    case CFDatum::String: {
+      std::string text;
+      int rc = element.getAttribute(name, text, found);
+      if (rc != 0) return rc;
+      status = found ? 0 : kAbsent;
+      if (found) datum.SetValue(text.c_str(), false);
+      return 0;
+    }
+    case CFDatum::Real: {
+      double value = 0.0;
+      int kind = -1;
+      int rc = element.getAttribute(name, value, found, kind);
+      if (rc != 0) return rc;
+      if (!found) {
+        status = kAbsent;
+        return 0;
+      }
+      status = kind;
+      if (kind == 0) datum = CFDatum(value);
+      return 0;
+    }
+    default: {
+      long long value = 0;
+      int rc = element.getAttribute(name, value, found);
+      if (rc != 0) return rc;
+      status = found ? 0 : kAbsent;
+      if (found) datum = CFDatum(value);
+      return 0;
+    }
+  }
+}
+
+int GetDataValueAttr(const CfCppHelperV1::XMLElement& element, const char* name,
+                     CFDatum::DataType type, CFDatum& datum, int& status) {
+  MakeNull(datum);
+  status = -1;
+  std::string text;
+  if (name == nullptr || !element.getAttribute(name, text)) {
+    status = kAbsent;
+    return 0;
+  }
+  switch (type) {
+    case CFDatum::String:
+      datum.SetValue(text.c_str(), false);
+      status = 0;
+      return 0;
+    case CFDatum::Real: {
+      // The wrapper's grammar and special values, so that both readers of one element agree.
+      double value = 0.0;
+      int kind = -1;
+      if (!CFXMLWrapper::ParseDouble(text, value, kind)) return kBadContent;
+      status = kind;
+      if (kind == 0) datum = CFDatum(value);
+      return 0;
+    }
+    default: {
+      long long value = 0;
+      if (!CFXMLWrapper::ParseLongLong(text, value)) return kBadContent;
+      datum = CFDatum(value);
+      status = 0;
+      return 0;
+    }
+  }
+}
+
+int GetValuesList(const CFXMLWrapper& element, CFDatum::DataType type, std::vector<CFValue>& list) {
+  list.clear();
+  CFXMLIteratorWrapper* children = nullptr;
+  int rc = element.getElementDirectIterator(XMLElements::Value, &children);
+  if (rc != 0) return rc;
+  for (CFXMLWrapper* child = children->nextElement(); child != nullptr;
+       child = children->nextElement()) {
+    list.emplace_back(*child, type);
+    if (list.back().GetValue().IsNull()) {
+      list.clear();
+      return kBadContent;
+    }
+  }
+  return 0;
+}
+
+}  // namespace cfmeta_internal
+
+CFField::CFField() = default;
+
+CFField::CFField(const CFXMLWrapper& element, bool isBaseField) {
+  if (Read(element, isBaseField) != 0) *this = CFField();
+}
+
+CFField::CFField(const CFField& other)
+    : m_name(other.m_name),
+      m_type(other.m_type),
+      m_storage(other.m_storage),
+      m_role(other.m_role),
+      m_structure(other.m_structure),
+      m_structureStorage(other.m_structureStorage),
+      m_subRole(other.m_subRole),
+      m_maxStringLength(other.m_maxStringLength),
+      m_depth(other.m_depth),
+      m_elementCount(other.m_elementCount),
+      m_label(other.m_label),
+      m_range(other.m_range),
+      m_values(other.m_values),
+      m_missingValues(other.m_missingValues),
+      m_valueLabels(other.m_valueLabels),
+      m_formatReference(other.m_formatReference),
+      m_privateFormat(other.m_privateFormat ? other.m_privateFormat->Clone() : nullptr),
+      m_baseField(other.m_baseField ? new CFField(*other.m_baseField) : nullptr) {}
+
+CFField::CFField(CFField&& other) noexcept = default;
+
+CFField& CFField::operator=(const CFField& other) {
+  if (this != &other) *this = CFField(other);
+  return *this;
+}
+
+CFField& CFField::operator=(CFField&& other) noexcept = default;
+
+CFField::~CFField() = default;
+
+CFDatum::DataType CFField::DatumTypeOf(StorageType storage) {
+  switch (storage) {
+    case StringStorage:
+      return CFDatum::String;
+    case RealStorage:
+    case DateStorage:
+    case TimeStorage:
+    case TimestampStorage:
+      return CFDatum::Real;
+    default:
+      return CFDatum::Integer;
+  }
+}
+
+CFFormat* CFField::FormatFromDOMNode(const CFXMLWrapper& element) {
+  std::string name;
+  if (element.getName(name) != 0) return nullptr;
+  std::unique_ptr<CFFormat> format;
+  // TODO(#3): XMLElements::NumberFormat builds a CFNumberFormat.
+  // TODO(#11): XMLElements::DecoratedFormat and XMLElements::StringFormat build a
+  // CFDecoratedFormat and a CFStringFormat.
+  // TODO(#10): XMLElements::DateFormat and XMLElements::TimeFormat build a CFDateFormat and a
+  // CFTimeFormat.
+  if (!format || format->GetWidth() == 0) return nullptr;
+  return format.release();
+}
+
+bool CFField::MatchesFormat(StorageType storage, const CFFormat& format) {
+  const char formatClass = format.GetFormatClass();
+  switch (storage) {
+    case IntegerStorage:
+    case RealStorage:
+      return formatClass == 'c' || formatClass == 'n';
+    case StringStorage:
+      return formatClass == 's';
+    case DateStorage:
+    case TimestampStorage:
+      return formatClass == 'd';
+    case TimeStorage:
+      return formatClass == 't';
+    default:
+      return false;
+  }
+}
+
+int CFField::Read(const CFXMLWrapper& element, bool isBaseField) {
+  // 1. Attributes.
+  bool found = false;
+  int rc = element.getAttribute(XMLAttributes::Name, m_name, found);
+  if (rc != 0) return rc;
+  if (m_name.empty()) return kBadContent;
+
+  uint32_t storage = 0, role = 0, structure = 0, structureStorage = 0, measure = 0;
+  rc = GetEnumAttr(element, XMLAttributes::Storage, kStorageTable, UnknownStorage, storage);
+  if (rc != 0) return rc;
+  rc = GetEnumAttr(element, XMLAttributes::Role, kRoleTable, NoRole, role);
+  if (rc != 0) return rc;
+  rc = GetEnumAttr(element, XMLAttributes::Structure, kStructureTable, Primitive, structure);
+  if (rc != 0) return rc;
+  rc = GetEnumAttr(element, XMLAttributes::StructureStorage, kStorageTable, UnknownStorage,
+                   structureStorage);
+  if (rc != 0) return rc;
+
+  constexpr long long kIntMax = std::numeric_limits<int32_t>::max();
+  long long depth = 0, elementCount = 0, maxStringLength = 0;
+  rc = GetCountAttr(element, XMLAttributes::Depth, kIntMax, -1, depth);
+  if (rc != 0) return rc;
+  rc = GetCountAttr(element, XMLAttributes::ElementCount, kIntMax, -1, elementCount);
+  if (rc != 0) return rc;
+  rc = GetCountAttr(element, XMLAttributes::MaxStringLength, std::numeric_limits<uint32_t>::max(),
+                    0, maxStringLength);
+  if (rc != 0) return rc;
+  rc = GetEnumAttr(element, XMLAttributes::Measure, kMeasureTable, UnknownType, measure);
+  if (rc != 0) return rc;
+  rc = element.getAttribute(XMLAttributes::DisplayLabel, m_label, found);
+  if (rc != 0) return rc;
+  rc = element.getAttribute(kSubRoleAttribute, m_subRole, found);
+  if (rc != 0) return rc;
+
+  m_storage = static_cast<StorageType>(storage);
+  m_role = static_cast<RoleType>(role);
+  m_structure = static_cast<StructureType>(structure);
+  m_structureStorage = static_cast<StorageType>(structureStorage);
+  m_depth = static_cast<int32_t>(depth);
+  m_elementCount = static_cast<int32_t>(elementCount);
+  m_maxStringLength = static_cast<uint32_t>(maxStringLength);
+  m_type = static_cast<FieldType>(measure);
+
+  // 2. Children, in document order; a later child of the same name replaces an earlier one.
+  CFXMLIteratorWrapper* children = nullptr;
+  rc = element.getElementDirectIterator("", &children);
+  if (rc != 0) return rc;
+  for (CFXMLWrapper* child = children->nextElement(); child != nullptr;
+       child = children->nextElement()) {
+    rc = ReadChild(*child, isBaseField);
+    if (rc != 0) return rc;
+  }
+  return 0;
+}
+
+int CFField::ReadChild(const CFXMLWrapper& child, bool isBaseField) {
+  std::string name;
+  int rc = child.getName(name);
+  if (rc != 0) return rc;
+  const CFDatum::DataType datumType = DatumTypeOf(m_storage);
+
+  if (name == XMLElements::Range) {
+    if (m_type != Continuous || m_storage == UnknownStorage || m_storage == StringStorage) {
+      return kBadContent;
+    }
+    m_range = CFRange(child, datumType);
+  } else if (name == XMLElements::Values) {
+    if (m_storage == UnknownStorage || !IsCategorical(m_type)) return kBadContent;
+    return cfmeta_internal::GetValuesList(child, datumType, m_values);
+  } else if (name == XMLElements::MissingValues) {
+    return ReadMissingValues(child);
+  } else if (name == XMLElements::ValueLabels) {
+    if (m_storage == UnknownStorage) return kBadContent;
+    const CFXMLWrapper* values = FirstChild(child, XMLElements::Values);
+    if (values != nullptr) return cfmeta_internal::GetValuesList(*values, datumType, m_valueLabels);
+  } else if (name == XMLElements::FieldFormat) {
+    return ReadFieldFormat(child);
+  } else if (name == XMLElements::ModelField) {
+    // TODO(#12): build a CFModelField; a role of 19 fails with 5.
+  } else if (name == XMLElements::Geo) {
+    // TODO(#12): build a CFGeo, replacing any earlier one.
+  } else if (name == XMLElements::DiscreteStatistics) {
+    if (!IsCategorical(m_type)) return kBadContent;
+    // TODO(#6): build CFCatStatsInt, CFCatStatsStr or CFCatStatsDbl by storage; no categories
+    // fails with 5.
+  } else if (name == XMLElements::ContinuousStatistics) {
+    if (m_type != Continuous) return kBadContent;
+    // TODO(#6): build CFContStatsInt or CFContStatsDbl by storage; a sum of frequency weights
+    // of exactly zero fails with 5.
+  } else if (name == XMLElements::BaseField && !isBaseField) {
+    CFField base(child, true);
+    if (base.m_name.empty()) return kBadContent;
+    m_baseField.reset(new CFField(std::move(base)));
+  }
+  return 0;
+}
+
+int CFField::ReadMissingValues(const CFXMLWrapper& element) {
+  bool treatNull = false, treatWhitespace = false, found = false;
+  int rc =
+      cfmeta_internal::GetBoolAttr(element, XMLAttributes::TreatNullAsMissing, treatNull, found);
+  if (rc != 0) return rc;
+  if (!found) treatNull = true;
+  rc = cfmeta_internal::GetBoolAttr(element, XMLAttributes::TreatWhitespaceAsMissing,
+                                    treatWhitespace, found);
+  if (rc != 0) return rc;
+
+  const CFDatum::DataType datumType = DatumTypeOf(m_storage);
+  CFRange range;
+  if (m_storage != UnknownStorage && m_storage != StringStorage) {
+    const CFXMLWrapper* child = FirstChild(element, XMLElements::Range);
+    if (child != nullptr) range = CFRange(*child, datumType);
+  }
+  std::vector<CFValue> values;
+  if (m_storage != UnknownStorage) {
+    const CFXMLWrapper* child = FirstChild(element, XMLElements::Values);
+    if (child != nullptr) {
+      rc = cfmeta_internal::GetValuesList(*child, datumType, values);
+      if (rc != 0) return rc;
+    }
+  }
+  m_missingValues = CFMissingValues(range, values, treatNull, treatWhitespace);
+  return 0;
+}
+
+int CFField::ReadFieldFormat(const CFXMLWrapper& element) {
+  bool found = false;
+  int rc = element.getAttribute(XMLAttributes::UseNamedFormat, m_formatReference, found);
+  if (rc != 0) return rc;
+  // A named shared format wins over anything the element also holds.
+  if (!m_formatReference.empty()) return 0;
+  const CFXMLWrapper* child = FirstChild(element, "");
+  if (child == nullptr) return 0;
+  std::unique_ptr<CFFormat> format(FormatFromDOMNode(*child));
+  if (!format || !MatchesFormat(m_storage, *format)) return kBadContent;
+  m_privateFormat = std::move(format);
+  return 0;
+}

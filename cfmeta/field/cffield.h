@@ -1,0 +1,159 @@
+// The definition of one variable of a dataset: its name, measurement level, storage, role,
+// structure, label, valid range, value list, missing values, value labels, display format and
+// an optional base field.
+//
+// A field whose read failed is the default field: empty name, unknown type and storage, no
+// role, primitive structure, depth and element count -1, nothing else. An empty name is the
+// sign of failure callers test. Reading never throws for bad content. Copies are deep and keep
+// no link to the document they came from.
+#ifndef CFMETA_FIELD_CFFIELD_H_
+#define CFMETA_FIELD_CFFIELD_H_
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cfmeta/cfmeta_export.h"
+#include "cfmeta/field/cfdatum.h"
+#include "cfmeta/field/cfrange.h"
+#include "cfmeta/field/cfvalue.h"
+
+class CFFormat;
+namespace CfExtension {
+class CFXMLWrapper;
+}
+
+class CFMETA_API CFField {
+ public:
+  // The measurement level; Nominal to Discrete are the categorical levels.
+  enum FieldType : int32_t {
+    Continuous = 0,
+    Nominal = 1,
+    Ordinal = 2,
+    Flag = 3,
+    Discrete = 4,
+    Typeless = 5,
+    UnknownType = 6
+  };
+  // Dates, times and timestamps are held as reals (see DatumTypeOf).
+  enum StorageType : int32_t {
+    UnknownStorage = 0,
+    IntegerStorage = 1,
+    RealStorage = 2,
+    StringStorage = 3,
+    DateStorage = 4,
+    TimeStorage = 5,
+    TimestampStorage = 6
+  };
+  enum RoleType : int32_t {
+    Input = 0,
+    Target = 1,
+    Both = 2,
+    Partition = 3,
+    Split = 4,
+    FreqWeight = 5,
+    RecordId = 6,
+    NoRole = 7
+  };
+  enum StructureType : int32_t { List = 0, Primitive = 1 };
+
+  // One row of an enumeration's entity table. A table is closed by a row whose text is null.
+  struct EntityRow {
+    uint32_t value;
+    const char* text;
+  };
+  // The entity tables, scanned in row order: a lookup takes the first matching row, and
+  // writers scan the same rows, so where two rows share a value the first one's text is the
+  // one written.
+  static const EntityRow kStorageTable[];
+  static const EntityRow kRoleTable[];
+  static const EntityRow kStructureTable[];
+  static const EntityRow kMeasureTable[];
+  // Geometry types of CFGeo.
+  static const EntityRow kGeoTypeTable[];
+  // Roles of CFModelField, 0 to 18.
+  static const EntityRow kModelFieldRoleTable[];
+  // Rule features of CFModelField; 7 (the empty text) means none.
+  static const EntityRow kRuleFeatureTable[];
+  // Data partitions of CFValue: 1 training, 2 testing, 3 validation.
+  static const EntityRow kPartitionTable[];
+
+  // The default field (empty name).
+  CFField();
+  // Reads a field element. `isBaseField` is true when the element is itself another field's
+  // base field; its own base-field child is then ignored, so base fields never nest. Any
+  // failure leaves the default field.
+  CFField(const CfExtension::CFXMLWrapper& element, bool isBaseField);
+  CFField(const CFField& other);
+  CFField(CFField&& other) noexcept;
+  CFField& operator=(const CFField& other);
+  CFField& operator=(CFField&& other) noexcept;
+  ~CFField();
+
+  // The display format an element describes, chosen by the element's name; null for any other
+  // name or for a format that reads as empty (width 0). The caller owns the result.
+  static CFFormat* FormatFromDOMNode(const CfExtension::CFXMLWrapper& element);
+  // Whether `format` suits `storage`: integer and real storage take number and decorated
+  // formats, string storage string formats, date and timestamp storage date formats, time
+  // storage time formats; unknown storage takes none.
+  static bool MatchesFormat(StorageType storage, const CFFormat& format);
+  // The datum type of every value, range limit and missing value of a field of `storage`:
+  // integers for integer and unknown storage, strings for strings, reals for the rest.
+  static CFDatum::DataType DatumTypeOf(StorageType storage);
+
+  const std::string& GetName() const { return m_name; }
+  FieldType GetType() const { return m_type; }
+  StorageType GetStorage() const { return m_storage; }
+  RoleType GetRole() const { return m_role; }
+  std::string GetSubRole() const { return m_subRole; }
+  const std::string& GetLabel() const { return m_label; }
+  uint32_t GetMaxStringLength() const { return m_maxStringLength; }
+  StructureType GetStructure() const { return m_structure; }
+  StorageType GetStructureStorage() const { return m_structureStorage; }
+  // -1 when not given.
+  int32_t GetDepth() const { return m_depth; }
+  // -1 when not given.
+  int32_t GetElementCount() const { return m_elementCount; }
+  const CFRange& GetRange() const { return m_range; }
+  const std::vector<CFValue>& GetValues() const { return m_values; }
+  const CFMissingValues& GetMissingValues() const { return m_missingValues; }
+  const std::vector<CFValue>& GetValueLabels() const { return m_valueLabels; }
+  // The name of the shared format this field uses; empty when none.
+  std::string GetFormatReference() const { return m_formatReference; }
+  // Non-owning; null when there is none. Valid until this field next changes.
+  const CFFormat* GetPrivateFormat() const { return m_privateFormat.get(); }
+  // Non-owning; null when there is none. Valid until this field next changes.
+  const CFField* GetBaseField() const { return m_baseField.get(); }
+
+ private:
+  std::string m_name;
+  FieldType m_type = UnknownType;
+  StorageType m_storage = UnknownStorage;
+  RoleType m_role = NoRole;
+  StructureType m_structure = Primitive;
+  StorageType m_structureStorage = UnknownStorage;
+  std::string m_subRole;
+  uint32_t m_maxStringLength = 0;
+  int32_t m_depth = -1;
+  int32_t m_elementCount = -1;
+  std::string m_label;
+  CFRange m_range;
+  std::vector<CFValue> m_values;
+  CFMissingValues m_missingValues;
+  std::vector<CFValue> m_valueLabels;
+  std::string m_formatReference;
+  std::unique_ptr<CFFormat> m_privateFormat;
+  // TODO(#12): std::unique_ptr<CFModelField> m_modelField and std::unique_ptr<CFGeo> m_geo,
+  // owned, deep-copied and reset with the rest.
+  // TODO(#6): std::unique_ptr<CFCatStats> m_catStats and std::unique_ptr<CFContStats>
+  // m_contStats, likewise.
+  std::unique_ptr<CFField> m_baseField;
+
+  int Read(const CfExtension::CFXMLWrapper& element, bool isBaseField);
+  int ReadChild(const CfExtension::CFXMLWrapper& child, bool isBaseField);
+  int ReadMissingValues(const CfExtension::CFXMLWrapper& element);
+  int ReadFieldFormat(const CfExtension::CFXMLWrapper& element);
+};
+
+#endif  // CFMETA_FIELD_CFFIELD_H_

@@ -1,0 +1,145 @@
+#include "cfmeta/field/cfvalue.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "cfmeta/field/cffield_testutil.h"
+#include "cfmeta/vocab/cfvocabulary.h"
+#include "cfmeta/xml/cfxml_testutil.h"
+
+namespace {
+
+namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
+namespace XMLElements = CfCppHelperV1::XMLElements;
+namespace XMLEntities = CfCppHelperV1::XMLEntities;
+using cfmeta_test::DatumText;
+using cfmeta_test::MakeElement;
+using cfmeta_test::Parse;
+using cfmeta_test::ValueList;
+
+TEST(CFValueTest, ReadsValueLabelAndMarkers) {
+  struct Row {
+    std::string xml;
+    CFDatum::DataType type;
+    std::string value, label;
+    uint32_t flag;
+    int32_t partition;
+    std::string source;
+  };
+  const Row rows[] = {
+      {MakeElement(XMLElements::Value,
+                   {{XMLAttributes::Value, "7"}, {XMLAttributes::DisplayLabel, "Seven"}}),
+       CFDatum::Integer, "7", "Seven", 0, 0, ""},
+      {MakeElement(XMLElements::Value, {{XMLAttributes::Value, "2.50"}}), CFDatum::Real, "2.5", "",
+       0, 0, "2.50"},
+      {MakeElement(XMLElements::Value, {{XMLAttributes::Value, " a&b "}}), CFDatum::String, " a&b ",
+       "", 0, 0, ""},
+      {MakeElement(XMLElements::Value,
+                   {{XMLAttributes::Value, "1"}, {XMLAttributes::FlagValue, XMLEntities::True}}),
+       CFDatum::Integer, "1", "", CFValue::TrueFlag, 0, ""},
+      // The false text is a marker of its own, not the absence of one.
+      {MakeElement(XMLElements::Value,
+                   {{XMLAttributes::Value, "0"}, {XMLAttributes::FlagValue, XMLEntities::False}}),
+       CFDatum::Integer, "0", "", CFValue::FalseFlag, 0, ""},
+      {MakeElement(XMLElements::Value, {{XMLAttributes::Value, "t"},
+                                        {XMLAttributes::DefinePartition, XMLEntities::Testing}}),
+       CFDatum::String, "t", "", 0, 2, ""},
+      {MakeElement(XMLElements::Value, {{XMLAttributes::Value, "v"},
+                                        {XMLAttributes::DefinePartition, XMLEntities::Validation}}),
+       CFDatum::String, "v", "", 0, 3, ""},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.xml);
+    auto doc = Parse(row.xml);
+    CFValue value(*doc, row.type);
+    ASSERT_FALSE(value.GetValue().IsNull());
+    EXPECT_EQ(row.type, value.GetValue().GetType());
+    EXPECT_EQ(row.value, DatumText(value.GetValue()));
+    EXPECT_EQ(row.label, value.GetLabel());
+    EXPECT_EQ(row.flag, value.GetFlag());
+    EXPECT_EQ(row.partition, value.GetPartition());
+    EXPECT_EQ(row.source, value.GetSourceText());
+  }
+}
+
+TEST(CFValueTest, DamagedValueReadsAsNull) {
+  struct Row {
+    std::string xml;
+    CFDatum::DataType type;
+  };
+  const Row rows[] = {
+      {MakeElement(XMLElements::Value, {{XMLAttributes::DisplayLabel, "no value"}}),
+       CFDatum::String},
+      {MakeElement(XMLElements::Value,
+                   {{XMLAttributes::Value, "1.5"}, {XMLAttributes::DisplayLabel, "x"}}),
+       CFDatum::Integer},
+      {MakeElement(XMLElements::Value, {{XMLAttributes::Value, "abc"}}), CFDatum::Real},
+      // Infinity converts, but is no value.
+      {MakeElement(XMLElements::Value, {{XMLAttributes::Value, "INF"}}), CFDatum::Real},
+      {MakeElement(XMLElements::Value, {{XMLAttributes::Value, "1.5"},
+                                        {XMLAttributes::FlagValue, "TRUE"},
+                                        {XMLAttributes::DisplayLabel, "x"}}),
+       CFDatum::Real},
+      {MakeElement(XMLElements::Value, {{XMLAttributes::Value, "1.5"},
+                                        {XMLAttributes::DefinePartition, "holdout"},
+                                        {XMLAttributes::DisplayLabel, "x"}}),
+       CFDatum::Real},
+      {MakeElement(XMLElements::Value,
+                   {{XMLAttributes::Value, "1"}, {XMLAttributes::DefinePartition, ""}}),
+       CFDatum::Integer},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.xml);
+    auto doc = Parse(row.xml);
+    CFValue value(*doc, row.type);
+    EXPECT_TRUE(value.GetValue().IsNull());
+    EXPECT_EQ(CFDatum::Integer, value.GetValue().GetType());
+    EXPECT_EQ("", value.GetLabel());
+    EXPECT_EQ("", value.GetSourceText());
+  }
+}
+
+TEST(CFValueTest, GetIndexFindsFirstMatchOrSaysWhyNot) {
+  const std::vector<CFValue> empty;
+  const std::vector<CFValue> integers = ValueList({CFDatum(1), CFDatum(2), CFDatum(2)});
+  const std::vector<CFValue> reals = ValueList({CFDatum(1.5), CFDatum(2.0)});
+  const std::vector<CFValue> strings =
+      ValueList({CFDatum("a", false), CFDatum("B", false), CFDatum("a", false)});
+  struct Row {
+    const char* what;
+    const std::vector<CFValue>& list;
+    CFDatum key;
+    int index;
+  };
+  const Row rows[] = {
+      {"int in empty", empty, CFDatum(3), -1},
+      {"text in empty", empty, CFDatum("a", false), -1},
+      {"null in empty", empty, CFDatum(), -2},
+      {"null text in empty", empty, CFDatum(nullptr, true), -2},
+      {"duplicate int", integers, CFDatum(2), 1},
+      {"absent int", integers, CFDatum(5), -1},
+      {"real in ints", integers, CFDatum(2.0), -2},
+      {"text in ints", integers, CFDatum("2", false), -2},
+      {"int in reals", reals, CFDatum(2), -2},
+      {"real in reals", reals, CFDatum(2.0), 1},
+      {"duplicate text", strings, CFDatum("a", false), 0},
+      {"other case", strings, CFDatum("b", false), -1},
+      {"exact case", strings, CFDatum("B", false), 1},
+      {"untrimmed", strings, CFDatum(" a", false), -1},
+      {"int in texts", strings, CFDatum(1), -2},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    EXPECT_EQ(row.index, CFValue::GetIndex(row.key, row.list));
+    const int search = row.index >= 0 ? 1 : row.index == -1 ? 0 : 2;
+    EXPECT_EQ(search, CFValue::SearchList(row.key, row.list));
+    if (row.key.GetType() == CFDatum::String) {
+      EXPECT_EQ(row.index, CFValue::GetIndex(row.key.GetString(), row.list));
+      EXPECT_EQ(search, CFValue::SearchList(row.key.GetString(), row.list));
+    }
+  }
+}
+
+}  // namespace
