@@ -4,6 +4,10 @@
 
 #include "cfmeta/cfmeta_export.h"
 #include "cfmeta/field/cfdatum.h"
+#include "cfmeta/format/cfformat.h"
+#include "cfmeta/format/cfformatutils.h"
+#include "cfmeta/format/cfnumberformat.h"
+#include "cfmeta/printable/cfuncconverter.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/vocab/xmlelement.h"
 #include "cfmeta/xml/cfxml_c.h"
