@@ -7,6 +7,7 @@
 
 #include "cfmeta/field/cffieldread_internal.h"
 #include "cfmeta/format/cfformat.h"
+#include "cfmeta/format/cfnumberformat.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/vocab/xmlelement.h"
 #include "cfmeta/xml/cfxmliteratorwrapper.h"
@@ -316,7 +317,7 @@ CFFormat* CFField::FormatFromDOMNode(const CFXMLWrapper& element) {
   std::string name;
   if (element.getName(name) != 0) return nullptr;
   std::unique_ptr<CFFormat> format;
-  // TODO(#3): XMLElements::NumberFormat builds a CFNumberFormat.
+  if (name == XMLElements::NumberFormat) format.reset(new CFNumberFormat(element));
   // TODO(#11): XMLElements::DecoratedFormat and XMLElements::StringFormat build a
   // CFDecoratedFormat and a CFStringFormat.
   // TODO(#10): XMLElements::DateFormat and XMLElements::TimeFormat build a CFDateFormat and a

@@ -1,0 +1,489 @@
+#include "cfmeta/field/cffield.h"
+
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "cfmeta/field/cffield_testutil.h"
+#include "cfmeta/field/cffieldread_internal.h"
+#include "cfmeta/format/cfformat.h"
+#include "cfmeta/vocab/cfvocabulary.h"
+#include "cfmeta/vocab/xmlelement.h"
+#include "cfmeta/xml/cfxml_testutil.h"
+
+namespace {
+
+namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
+namespace XMLElements = CfCppHelperV1::XMLElements;
+namespace XMLEntities = CfCppHelperV1::XMLEntities;
+using Attributes = std::initializer_list<std::pair<std::string, std::string>>;
+using cfmeta_test::DatumText;
+using cfmeta_test::MakeElement;
+using cfmeta_test::Parse;
+
+const char* const kSubRole = "subRole";
+
+std::string FieldXml(Attributes attributes, const std::string& children = "") {
+  return MakeElement(XMLElements::Field, attributes, children);
+}
+
+std::string ValuesXml(std::initializer_list<std::string> values) {
+  std::string children;
+  for (const std::string& value : values) {
+    children += MakeElement(XMLElements::Value, {{XMLAttributes::Value, value}});
+  }
+  return MakeElement(XMLElements::Values, {}, children);
+}
+
+std::string NumberFormatXml(const std::string& width = "8") {
+  return MakeElement(XMLElements::NumberFormat,
+                     {{XMLAttributes::Name, "Money"},
+                      {XMLAttributes::Width, width},
+                      {XMLAttributes::Alignment, XMLEntities::Right},
+                      {XMLAttributes::FormatType, XMLEntities::Standard},
+                      {XMLAttributes::DecimalPlaces, "2"},
+                      {XMLAttributes::DecimalSymbol, XMLEntities::Period},
+                      {XMLAttributes::GroupingSymbol, XMLEntities::Comma}});
+}
+
+CFField ReadField(const std::string& xml, bool isBaseField = false) {
+  auto doc = Parse(xml);
+  EXPECT_NE(nullptr, doc->getElement()) << xml;
+  return CFField(*doc, isBaseField);
+}
+
+std::string Describe(const std::vector<CFValue>& values) {
+  std::string text = "[";
+  for (const CFValue& value : values) {
+    text += DatumText(value.GetValue()) + "/" + value.GetLabel() + "/" +
+            std::to_string(value.GetFlag()) + " ";
+  }
+  return text + "]";
+}
+
+// Every member of a field as one text, so that two fields compare in one check.
+std::string Describe(const CFField& field) {
+  const CFMissingValues& missing = field.GetMissingValues();
+  std::string text =
+      field.GetName() + "|" + std::to_string(field.GetType()) + "|" +
+      std::to_string(field.GetStorage()) + "|" + std::to_string(field.GetRole()) + "|" +
+      std::to_string(field.GetStructure()) + "|" + std::to_string(field.GetStructureStorage()) +
+      "|" + field.GetSubRole() + "|" + std::to_string(field.GetMaxStringLength()) + "|" +
+      std::to_string(field.GetDepth()) + "|" + std::to_string(field.GetElementCount()) + "|" +
+      field.GetLabel() + "|" + DatumText(field.GetRange().GetLimits().first) + ".." +
+      DatumText(field.GetRange().GetLimits().second) + "|" + Describe(field.GetValues()) + "|" +
+      DatumText(missing.GetMissingRange().GetLimits().first) + ".." +
+      DatumText(missing.GetMissingRange().GetLimits().second) +
+      Describe(missing.GetMissingValueList()) + (missing.IsNullMissing() ? "N" : "") +
+      (missing.IsWhiteSpMissing() ? "W" : "") + "|" + Describe(field.GetValueLabels()) + "|" +
+      field.GetFormatReference() + "|";
+  if (field.GetPrivateFormat() != nullptr) {
+    text += field.GetPrivateFormat()->GetFormatClass() + field.GetPrivateFormat()->GetName() +
+            std::to_string(field.GetPrivateFormat()->GetWidth());
+  }
+  if (field.GetBaseField() != nullptr) text += "{" + Describe(*field.GetBaseField()) + "}";
+  return text;
+}
+
+TEST(CFFieldTest, ReadsAttributes) {
+  const std::pair<std::string, std::string> rows[] = {
+      {FieldXml({{XMLAttributes::Name, "a"}}), "a|6|0|7|1|0||0|-1|-1||1..0|[]|1..0[]N|[]||"},
+      {FieldXml({{XMLAttributes::Name, "a"},
+                 {XMLAttributes::Storage, ""},
+                 {XMLAttributes::Role, ""},
+                 {XMLAttributes::Structure, ""},
+                 {XMLAttributes::StructureStorage, ""},
+                 {XMLAttributes::Measure, ""}}),
+       "a|6|0|7|1|0||0|-1|-1||1..0|[]|1..0[]N|[]||"},
+      {FieldXml({{XMLAttributes::Name, "when"},
+                 {XMLAttributes::Storage, XMLEntities::Date},
+                 {XMLAttributes::Role, XMLEntities::FreqWeight},
+                 {XMLAttributes::Structure, XMLEntities::List},
+                 {XMLAttributes::StructureStorage, XMLEntities::Timestamp},
+                 {XMLAttributes::Depth, "0"},
+                 {XMLAttributes::ElementCount, "2147483647"},
+                 {XMLAttributes::MaxStringLength, "4294967295"},
+                 {XMLAttributes::Measure, XMLEntities::Ordinal},
+                 {XMLAttributes::DisplayLabel, "Date of visit"},
+                 {kSubRole, "weight <w>"}}),
+       "when|2|4|5|0|6|weight <w>|4294967295|0|2147483647|Date of visit|1..0|[]|1..0[]N|[]||"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.first);
+    EXPECT_EQ(row.second, Describe(ReadField(row.first)));
+  }
+}
+
+// Guards the tables themselves: a reader and a writer that share a wrong row still agree.
+TEST(CFFieldTest, EveryEntityTextReadsAsItsValue) {
+  struct Row {
+    const char* attribute;
+    const char* text;
+    int value;
+  };
+  const Row rows[] = {
+      {XMLAttributes::Measure, XMLEntities::Continuous, CFField::Continuous},
+      {XMLAttributes::Measure, XMLEntities::Nominal, CFField::Nominal},
+      {XMLAttributes::Measure, XMLEntities::Ordinal, CFField::Ordinal},
+      {XMLAttributes::Measure, XMLEntities::Flag, CFField::Flag},
+      {XMLAttributes::Measure, XMLEntities::Discrete, CFField::Discrete},
+      {XMLAttributes::Measure, XMLEntities::Typeless, CFField::Typeless},
+      {XMLAttributes::Measure, XMLEntities::Unknown, CFField::UnknownType},
+      {XMLAttributes::Storage, XMLEntities::Unknown, CFField::UnknownStorage},
+      {XMLAttributes::Storage, XMLEntities::Integer, CFField::IntegerStorage},
+      {XMLAttributes::Storage, XMLEntities::Real, CFField::RealStorage},
+      {XMLAttributes::Storage, XMLEntities::String, CFField::StringStorage},
+      {XMLAttributes::Storage, XMLEntities::Date, CFField::DateStorage},
+      {XMLAttributes::Storage, XMLEntities::Time, CFField::TimeStorage},
+      {XMLAttributes::StructureStorage, XMLEntities::Timestamp, CFField::TimestampStorage},
+      {XMLAttributes::Role, XMLEntities::Input, CFField::Input},
+      {XMLAttributes::Role, XMLEntities::Target, CFField::Target},
+      {XMLAttributes::Role, XMLEntities::Both, CFField::Both},
+      {XMLAttributes::Role, XMLEntities::Partition, CFField::Partition},
+      {XMLAttributes::Role, XMLEntities::Split, CFField::Split},
+      {XMLAttributes::Role, XMLEntities::FreqWeight, CFField::FreqWeight},
+      {XMLAttributes::Role, XMLEntities::RecordId, CFField::RecordId},
+      {XMLAttributes::Role, XMLEntities::None, CFField::NoRole},
+      {XMLAttributes::Structure, XMLEntities::List, CFField::List},
+      {XMLAttributes::Structure, XMLEntities::Primitive, CFField::Primitive},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(std::string(row.attribute) + "=" + row.text);
+    const CFField field =
+        ReadField(FieldXml({{XMLAttributes::Name, "f"}, {row.attribute, row.text}}));
+    const std::string attribute = row.attribute;
+    const int value = attribute == XMLAttributes::Measure   ? field.GetType()
+                      : attribute == XMLAttributes::Storage ? field.GetStorage()
+                      : attribute == XMLAttributes::Role    ? field.GetRole()
+                      : attribute == XMLAttributes::Structure
+                          ? static_cast<int>(field.GetStructure())
+                          : field.GetStructureStorage();
+    EXPECT_EQ(row.value, value);
+  }
+}
+
+std::string Capitalised(const char* text) {
+  std::string out = text;
+  out[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(out[0])));
+  return out;
+}
+
+// A field named "f" with one more attribute.
+std::string WithAttr(const char* name, const std::string& value) {
+  return FieldXml({{XMLAttributes::Name, "f"}, {name, value}});
+}
+
+// A labelled field named "f" of the given storage and measure ("" for unknown).
+std::string Typed(const char* storage, const char* measure, const std::string& children) {
+  return FieldXml({{XMLAttributes::Name, "f"},
+                   {XMLAttributes::Storage, storage},
+                   {XMLAttributes::Measure, measure},
+                   {XMLAttributes::DisplayLabel, "label"}},
+                  children);
+}
+
+TEST(CFFieldTest, DamagedFieldReadsAsDefault) {
+  const char* const kInteger = XMLEntities::Integer;
+  const std::string values = ValuesXml({"1", "2"});
+  const std::string range = MakeElement(XMLElements::Range, {{XMLAttributes::MinValue, "1"}});
+  const std::string rows[] = {
+      FieldXml({{XMLAttributes::Storage, kInteger}}),
+      FieldXml({{XMLAttributes::Name, ""}}),
+      // Enumeration texts are exact: another case is another text.
+      WithAttr(XMLAttributes::Measure, Capitalised(XMLEntities::Nominal)),
+      WithAttr(XMLAttributes::Storage, Capitalised(XMLEntities::Real)),
+      WithAttr(XMLAttributes::Role, "output"),
+      WithAttr(XMLAttributes::Structure, "array"),
+      WithAttr(XMLAttributes::StructureStorage, "long"),
+      // -1 is what an absent depth means, but it cannot be given.
+      WithAttr(XMLAttributes::Depth, "-1"),
+      WithAttr(XMLAttributes::Depth, "2147483648"),
+      WithAttr(XMLAttributes::ElementCount, "deep"),
+      WithAttr(XMLAttributes::MaxStringLength, "4294967296"),
+      // Children refused by the field's type or storage, after content that was accepted.
+      Typed(kInteger, XMLEntities::Nominal, values + range),
+      Typed(XMLEntities::String, XMLEntities::Continuous, range),
+      Typed("", XMLEntities::Continuous, range),
+      Typed(kInteger, XMLEntities::Continuous, range + values),
+      Typed("", XMLEntities::Nominal, values),
+      Typed("", XMLEntities::Nominal, MakeElement(XMLElements::ValueLabels, {}, values)),
+      Typed(kInteger, XMLEntities::Nominal, ValuesXml({"1", "two"})),
+      Typed(kInteger, "",
+            MakeElement(XMLElements::MissingValues,
+                        {{XMLAttributes::TreatNullAsMissing, Capitalised(XMLEntities::True)}})),
+      Typed(kInteger, "", MakeElement(XMLElements::MissingValues, {}, ValuesXml({"1.5"}))),
+      Typed(kInteger, XMLEntities::Continuous, MakeElement(XMLElements::DiscreteStatistics, {})),
+      Typed(kInteger, XMLEntities::Flag, MakeElement(XMLElements::ContinuousStatistics, {})),
+      Typed(kInteger, "",
+            MakeElement(XMLElements::BaseField,
+                        {{XMLAttributes::Name, "b"}, {XMLAttributes::Measure, "bogus"}})),
+  };
+  const std::string empty = Describe(CFField());
+  for (const std::string& xml : rows) {
+    SCOPED_TRACE(xml);
+    EXPECT_EQ(empty, Describe(ReadField(xml)));
+  }
+}
+
+TEST(CFFieldTest, ReadsValuesRangesAndLabels) {
+  const CFField coded = ReadField(FieldXml(
+      {{XMLAttributes::Name, "Satisfaction"},
+       {XMLAttributes::Storage, XMLEntities::Integer},
+       {XMLAttributes::Measure, XMLEntities::Flag}},
+      MakeElement(
+          XMLElements::Values, {},
+          MakeElement(XMLElements::Value, {{XMLAttributes::Value, "0"},
+                                           {XMLAttributes::FlagValue, XMLEntities::False},
+                                           {XMLAttributes::DisplayLabel, "No"}}) +
+              MakeElement(XMLElements::Value, {{XMLAttributes::Value, "1"},
+                                               {XMLAttributes::FlagValue, XMLEntities::True},
+                                               {XMLAttributes::DisplayLabel, "Yes"}})) +
+          MakeElement(XMLElements::MissingValues,
+                      {{XMLAttributes::TreatNullAsMissing, XMLEntities::False},
+                       {XMLAttributes::TreatWhitespaceAsMissing, XMLEntities::True}},
+                      ValuesXml({"99"}) +
+                          MakeElement(XMLElements::Range, {{XMLAttributes::MinValue, "8"},
+                                                           {XMLAttributes::MaxValue, "9"}})) +
+          MakeElement(XMLElements::ValueLabels, {},
+                      MakeElement(XMLElements::Values, {},
+                                  MakeElement(XMLElements::Value,
+                                              {{XMLAttributes::Value, "8"},
+                                               {XMLAttributes::DisplayLabel, "Refused"}}))) +
+          // Not a child of ours: ignored.
+          MakeElement("Comment", {{XMLAttributes::Value, "x"}})));
+  EXPECT_EQ(
+      "Satisfaction|3|1|7|1|0||0|-1|-1||1..0|[0/No/2 1/Yes/1 ]|8..9[99//0 ]W|"
+      "[8/Refused/0 ]||",
+      Describe(coded));
+
+  const CFField income =
+      ReadField(FieldXml({{XMLAttributes::Name, "Income"},
+                          {XMLAttributes::Storage, XMLEntities::Real},
+                          {XMLAttributes::Measure, XMLEntities::Continuous}},
+                         MakeElement(XMLElements::Range, {{XMLAttributes::MinValue, "1"}}) +
+                             // A later child replaces what an earlier one of the same name set.
+                             MakeElement(XMLElements::Range, {{XMLAttributes::MinValue, "0.5"},
+                                                              {XMLAttributes::MaxValue, "2.5e6"}}) +
+                             MakeElement(XMLElements::ValueLabels, {})));
+  EXPECT_EQ("Income|0|2|7|1|0||0|-1|-1||0.5..2500000|[]|1..0[]N|[]||", Describe(income));
+}
+
+TEST(CFFieldTest, MissingValuesFollowTheStorage) {
+  struct Row {
+    std::string storage;
+    std::string missing;
+    std::string expected;
+  };
+  const std::string rangeAndValues =
+      MakeElement(XMLElements::Range, {{XMLAttributes::MinValue, "1"}}) + ValuesXml({"7"});
+  const Row rows[] = {
+      {XMLEntities::Integer, MakeElement(XMLElements::MissingValues, {}), "1..0[]N"},
+      {XMLEntities::Integer,
+       MakeElement(XMLElements::MissingValues,
+                   {{XMLAttributes::TreatWhitespaceAsMissing, XMLEntities::True}}),
+       "1..0[]NW"},
+      {XMLEntities::Integer, MakeElement(XMLElements::MissingValues, {}, rangeAndValues),
+       "1..null[7//0 ]N"},
+      // Strings have no ranges, and unknown storage reads neither part.
+      {XMLEntities::String, MakeElement(XMLElements::MissingValues, {}, rangeAndValues),
+       "1..0[7//0 ]N"},
+      {XMLEntities::Unknown, MakeElement(XMLElements::MissingValues, {}, rangeAndValues),
+       "1..0[]N"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.storage + " " + row.missing);
+    CFField field = ReadField(
+        FieldXml({{XMLAttributes::Name, "f"}, {XMLAttributes::Storage, row.storage}}, row.missing));
+    ASSERT_EQ("f", field.GetName());
+    const CFMissingValues& missing = field.GetMissingValues();
+    EXPECT_EQ(row.expected, DatumText(missing.GetMissingRange().GetLimits().first) + ".." +
+                                DatumText(missing.GetMissingRange().GetLimits().second) +
+                                Describe(missing.GetMissingValueList()) +
+                                (missing.IsNullMissing() ? "N" : "") +
+                                (missing.IsWhiteSpMissing() ? "W" : ""));
+  }
+}
+
+TEST(CFFieldTest, FormatMustSuitTheStorage) {
+  struct Row {
+    const char* storage;
+    std::string format;
+    bool accepted;
+    std::string reference;
+    bool hasPrivate;
+  };
+  const std::string named = MakeElement(
+      XMLElements::FieldFormat, {{XMLAttributes::UseNamedFormat, "Shared"}}, NumberFormatXml());
+  const Row rows[] = {
+      {XMLEntities::Real, MakeElement(XMLElements::FieldFormat, {}, NumberFormatXml()), true, "",
+       true},
+      {XMLEntities::Integer, MakeElement(XMLElements::FieldFormat, {}, NumberFormatXml()), true, "",
+       true},
+      // A named format wins over the element's own format, which is not even read.
+      {XMLEntities::Real, named, true, "Shared", false},
+      {XMLEntities::Date, named, true, "Shared", false},
+      {XMLEntities::Real,
+       MakeElement(XMLElements::FieldFormat, {{XMLAttributes::UseNamedFormat, "Shared"}},
+                   MakeElement("Bogus", {})),
+       true, "Shared", false},
+      {XMLEntities::Real, MakeElement(XMLElements::FieldFormat, {}), true, "", false},
+      {XMLEntities::Date, MakeElement(XMLElements::FieldFormat, {}, NumberFormatXml()), false, "",
+       false},
+      {XMLEntities::String, MakeElement(XMLElements::FieldFormat, {}, NumberFormatXml()), false, "",
+       false},
+      {XMLEntities::Unknown, MakeElement(XMLElements::FieldFormat, {}, NumberFormatXml()), false,
+       "", false},
+      {XMLEntities::Real, MakeElement(XMLElements::FieldFormat, {}, NumberFormatXml("0")), false,
+       "", false},
+      {XMLEntities::Real, MakeElement(XMLElements::FieldFormat, {}, MakeElement("Bogus", {})),
+       false, "", false},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(std::string(row.storage) + " " + row.format);
+    CFField field = ReadField(
+        FieldXml({{XMLAttributes::Name, "f"}, {XMLAttributes::Storage, row.storage}}, row.format));
+    EXPECT_EQ(row.accepted, !field.GetName().empty());
+    EXPECT_EQ(row.reference, field.GetFormatReference());
+    ASSERT_EQ(row.hasPrivate, field.GetPrivateFormat() != nullptr);
+    if (row.hasPrivate) {
+      EXPECT_EQ('n', field.GetPrivateFormat()->GetFormatClass());
+      EXPECT_EQ(8, field.GetPrivateFormat()->GetWidth());
+    }
+  }
+}
+
+TEST(CFFieldTest, BaseFieldsDoNotNest) {
+  const std::string inner = MakeElement(XMLElements::BaseField, {{XMLAttributes::Name, "c"}});
+  const std::string middle =
+      MakeElement(XMLElements::BaseField,
+                  {{XMLAttributes::Name, "b"}, {XMLAttributes::Storage, XMLEntities::Real}}, inner);
+  const std::string xml = FieldXml({{XMLAttributes::Name, "a"}}, middle);
+
+  CFField field = ReadField(xml);
+  ASSERT_NE(nullptr, field.GetBaseField());
+  EXPECT_EQ("b", field.GetBaseField()->GetName());
+  EXPECT_EQ(CFField::RealStorage, field.GetBaseField()->GetStorage());
+  EXPECT_EQ(nullptr, field.GetBaseField()->GetBaseField());
+
+  // Read as a base field itself, the element's base-field child is ignored.
+  CFField asBase = ReadField(xml, true);
+  EXPECT_EQ("a", asBase.GetName());
+  EXPECT_EQ(nullptr, asBase.GetBaseField());
+}
+
+TEST(CFFieldTest, CopiesAreDeep) {
+  const std::string xml = FieldXml(
+      {{XMLAttributes::Name, "Income"},
+       {XMLAttributes::Storage, XMLEntities::Real},
+       {XMLAttributes::Measure, XMLEntities::Continuous}},
+      MakeElement(XMLElements::Range, {{XMLAttributes::MinValue, "0"}}) +
+          MakeElement(XMLElements::FieldFormat, {}, NumberFormatXml()) +
+          MakeElement(XMLElements::BaseField,
+                      {{XMLAttributes::Name, "Raw"}, {XMLAttributes::Storage, XMLEntities::Real}},
+                      MakeElement(XMLElements::FieldFormat, {}, NumberFormatXml("12"))));
+  auto original = std::make_unique<CFField>(ReadField(xml));
+  const std::string expected = Describe(*original);
+  ASSERT_NE(nullptr, original->GetPrivateFormat());
+  ASSERT_NE(nullptr, original->GetBaseField());
+  ASSERT_NE(nullptr, original->GetBaseField()->GetPrivateFormat());
+
+  CFField copy(*original);
+  CFField assigned = ReadField(FieldXml({{XMLAttributes::Name, "other"}}));
+  assigned = *original;
+  EXPECT_NE(original->GetPrivateFormat(), copy.GetPrivateFormat());
+  EXPECT_NE(original->GetBaseField(), copy.GetBaseField());
+  EXPECT_NE(original->GetBaseField()->GetPrivateFormat(), copy.GetBaseField()->GetPrivateFormat());
+  original.reset();
+  EXPECT_EQ(expected, Describe(copy));
+  EXPECT_EQ(expected, Describe(assigned));
+
+  CFField& self = assigned;
+  assigned = self;
+  EXPECT_EQ(expected, Describe(assigned));
+  CFField moved(std::move(copy));
+  EXPECT_EQ(expected, Describe(moved));
+}
+
+TEST(CFFieldTest, BothDataValueReadersAgree) {
+  struct Row {
+    const char* text;  // null: absent
+    CFDatum::DataType type;
+    int rc, status;
+    std::string value;
+  };
+  const Row rows[] = {
+      {nullptr, CFDatum::Integer, 0, 4, "null"},
+      {nullptr, CFDatum::Real, 0, 4, "null"},
+      {nullptr, CFDatum::String, 0, 4, "null"},
+      {"-42", CFDatum::Integer, 0, 0, "-42"},
+      {"4.5", CFDatum::Integer, 5, -1, "null"},
+      {"9223372036854775808", CFDatum::Integer, 5, -1, "null"},
+      {"1e3", CFDatum::Real, 0, 0, "1000"},
+      {"abc", CFDatum::Real, 5, -1, "null"},
+      {"-INF", CFDatum::Real, 0, 1, "null"},
+      {"INF", CFDatum::Real, 0, 2, "null"},
+      {"NaN", CFDatum::Real, 0, 3, "null"},
+      {"", CFDatum::String, 0, 0, ""},
+      {" x ", CFDatum::String, 0, 0, " x "},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(std::string(row.text != nullptr ? row.text : "(absent)") + " as " +
+                 std::to_string(row.type));
+    const std::string xml =
+        row.text == nullptr ? MakeElement(XMLElements::Value, {})
+                            : MakeElement(XMLElements::Value, {{XMLAttributes::Value, row.text}});
+    auto doc = Parse(xml);
+    const CfCppHelperV1::XMLElement element(*doc);
+    // Start from a string datum, which must give up its text.
+    CFDatum fromWrapper("stale", false), fromElement("stale", false);
+    int statusWrapper = 99, statusElement = 99;
+    EXPECT_EQ(row.rc, cfmeta_internal::GetDataValueAttr(*doc, XMLAttributes::Value, row.type,
+                                                        fromWrapper, statusWrapper));
+    EXPECT_EQ(row.rc, cfmeta_internal::GetDataValueAttr(element, XMLAttributes::Value, row.type,
+                                                        fromElement, statusElement));
+    EXPECT_EQ(row.status, statusWrapper);
+    EXPECT_EQ(row.status, statusElement);
+    EXPECT_EQ(row.value, DatumText(fromWrapper));
+    EXPECT_EQ(row.value, DatumText(fromElement));
+    if (!fromWrapper.IsNull()) {
+      EXPECT_EQ(row.type, fromWrapper.GetType());
+    }
+    if (!fromElement.IsNull()) {
+      EXPECT_EQ(row.type, fromElement.GetType());
+    }
+  }
+}
+
+TEST(CFFieldTest, TableLookupsTakeTheFirstExactMatch) {
+  const std::string otherCase = Capitalised(XMLEntities::Point);
+  struct Row {
+    const char* what;
+    const CFField::EntityRow* table;
+    const char* text;
+    int value;  // -1 when not found
+  };
+  const Row rows[] = {
+      {"storage unknown", CFField::kStorageTable, XMLEntities::Unknown, CFField::UnknownStorage},
+      {"measure unknown", CFField::kMeasureTable, XMLEntities::Unknown, CFField::UnknownType},
+      {"structure", CFField::kStructureTable, XMLEntities::List, CFField::List},
+      {"model role literal", CFField::kModelFieldRoleTable, "cumulativeHazard", 14},
+      {"model role entity", CFField::kModelFieldRoleTable, XMLEntities::Derived, 18},
+      {"no rule feature", CFField::kRuleFeatureTable, "", 7},
+      {"rule feature", CFField::kRuleFeatureTable, XMLEntities::Lift, 6},
+      {"geometry", CFField::kGeoTypeTable, XMLEntities::MultiPolygon, 5},
+      {"partition", CFField::kPartitionTable, XMLEntities::Training, 1},
+      {"null text", CFField::kPartitionTable, nullptr, -1},
+      {"empty text", CFField::kPartitionTable, "", -1},
+      {"other case", CFField::kGeoTypeTable, otherCase.c_str(), -1},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    const int position = cfmeta_internal::FindStrInList(row.text, row.table);
+    EXPECT_EQ(row.value, position < 0 ? -1 : static_cast<int>(row.table[position].value));
+  }
+}
+
+}  // namespace
