@@ -57,10 +57,15 @@ void BM_StandardComma(benchmark::State& state) {
 }
 BENCHMARK(BM_StandardComma);
 
+// In German, so that both symbols differ from the text printed and every group is filled.
 void BM_StandardLocal(benchmark::State& state) {
+  const icu::Locale saved = icu::Locale::getDefault();
+  UErrorCode status = U_ZERO_ERROR;
+  icu::Locale::setDefault(icu::Locale::getGermany(), status);
   CFNumberFormat format(CFNumberFormat::Standard, 12, 2);
   format.SetSeparators(CFFormat::DecimalSymbol::Local, CFFormat::GroupingSymbol::Local);
   RenderAll(state, format);
+  icu::Locale::setDefault(saved, status);
 }
 BENCHMARK(BM_StandardLocal);
 

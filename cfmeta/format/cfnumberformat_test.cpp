@@ -134,6 +134,13 @@ TEST(CFNumberFormatTest, DamagedElementReadsAsEmptyFormat) {
     EXPECT_EQ(empty, Describe(format));
     EXPECT_EQ("", format.GetName());
   }
+  // A wrapper without an element reads as empty and takes no element.
+  CfExtension::CFXMLWrapper nothing;
+  EXPECT_EQ(empty, Describe(CFNumberFormat(nothing)));
+  CfExtension::CFXMLWrapper* created = reinterpret_cast<CfExtension::CFXMLWrapper*>(1);
+  CFNumberFormat(CFNumberFormat::Standard, 8, 2).AddToTree(nothing, created);
+  EXPECT_EQ(nullptr, created);
+
   // The same element with everything present reads.
   auto doc = Parse(MakeElement(
       element,
