@@ -4,6 +4,9 @@
 
 #include "cfmeta/cfmeta_export.h"
 #include "cfmeta/field/cfdatum.h"
+#include "cfmeta/stats/cfcatstats.h"
+#include "cfmeta/stats/cfcatstatsimp.h"
+#include "cfmeta/stats/cfcontstats.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/vocab/xmlelement.h"
 #include "cfmeta/xml/cfxml_c.h"
