@@ -20,7 +20,8 @@ namespace {
 // What GetCatVal hands out for a string category that does not exist.
 const std::string kNoString;
 
-// The index starts at this many slots and is kept at most half full.
+// The index starts at this many slots and is kept at most a quarter full, so that a lookup
+// rarely probes past its first slot.
 constexpr size_t kMinSlots = 16;
 
 uint32_t Mix(uint64_t x) {
@@ -191,7 +192,7 @@ bool CFCatStatsImp<T>::Append(Arg value, uint32_t hash, double weight) {
   if (count >= kNoCategory) return false;
   // Make every allocation before the first change, so that running out of memory leaves the
   // accumulator as it was.
-  if ((count + 1) * 2 > m_index.size()) {
+  if ((count + 1) * 4 > m_index.size()) {
     std::vector<Slot> index(std::max(kMinSlots, m_index.size() * 2), Slot{0, kNoCategory});
     for (const Slot& slot : m_index) {
       if (slot.cat != kNoCategory) Place(index, slot);

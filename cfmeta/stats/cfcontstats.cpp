@@ -134,9 +134,12 @@ bool CFContStatsImp::Update(double x, double freqWt, double caseWt) {
   m_sumFreqWts += freqWt;
   const double w1 = w + w0;
   m_sumCompWts = w1;
+  // The new value's share of the weight depends on the weights alone, so the division stays
+  // off the chain that carries the mean from one value to the next.
+  const double share = w / w1;
   const double d = (x - m_shift) - m_mean;
-  m_mean = m_mean + d * w / w1;
-  m_sumSqDev += d * d * (w0 * w / w1);
+  m_mean = m_mean + d * share;
+  m_sumSqDev += d * d * (w0 * share);
   return true;
 }
 
