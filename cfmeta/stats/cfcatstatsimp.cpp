@@ -117,9 +117,6 @@ struct StrCatCompare {
 }  // namespace
 
 template <typename T>
-constexpr uint32_t CFCatStatsImp<T>::kNoCategory;
-
-template <typename T>
 CFCatStatsImp<T>::CFCatStatsImp() = default;
 
 template <typename T>

@@ -38,7 +38,8 @@ class CFMETA_API CFCatStatsImp : public CFCatStats {
   // Updates this accumulator with each of `other`'s categories in ascending value order, so
   // values new here are numbered in that order, not in `other`'s numbering.
   void Pool(const CFCatStatsImp& other);
-  // The value of category `catNum`; -1, -1.0 or the empty string when there is none.
+  // The value of category `catNum`; -1, -1.0 or the empty string when there is none. A string
+  // stays valid until this accumulator next changes.
   Arg GetCatVal(unsigned catNum) const;
   // The category number of `value`, or kNoCategory.
   uint32_t GetCatNum(Arg value) const;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <map>
 #include <memory>
@@ -186,7 +187,8 @@ class NotAnOrder : public CFCatStrLess {
 
 TEST(CFCatStatsTest, CustomStringOrder) {
   CFCatStatsStr stats;
-  for (const char* v : {"ccc", "a", "bb", "dd"}) stats.Update(v, static_cast<double>(strlen(v)));
+  for (const char* v : {"ccc", "a", "bb", "dd"})
+    stats.Update(v, static_cast<double>(std::strlen(v)));
   ByLength byLength;
   stats.ReorderCats(byLength);
   EXPECT_EQ("a:1 bb:2 dd:2 ccc:3", Dump(stats));  // ties keep their numbering
