@@ -26,6 +26,13 @@ class CFMETA_API CFDatum {
                                                 int>::type = 0>
   CFDatum(T value) : CFDatum(static_cast<long long>(value)) {}
   CFDatum(double value) : m_isNull(false), m_type(Real), m_length(0) { m_value.d = value; }
+  // A null datum of `type`; a null string owns no buffer.
+  static CFDatum MakeNull(DataType type) {
+    CFDatum datum;
+    datum.m_type = type;
+    if (type == String) datum.m_value.s = nullptr;
+    return datum;
+  }
   // A string datum; null when `isNull` is true or `text` is null.
   CFDatum(const char* text, bool isNull);
   CFDatum(const CFDatum& other);

@@ -34,8 +34,8 @@ const CFFormatUtils::DictEntry CFFormatUtils::gGrpSymDict[] = {
     {0, XMLEntities::None},  {1, XMLEntities::Period}, {2, XMLEntities::Comma},
     {3, XMLEntities::Space}, {4, XMLEntities::Local},  {0, nullptr}};
 
-// The Local text reads back as Colon (4), not Local (7): a separator written as Local comes
-// back as the colon that most locales use between time units.
+// The Local text reads back as Colon (4), not Local (7), while Local is still written as its
+// own text. Reading and writing keep this asymmetry on purpose.
 const CFFormatUtils::DictEntry CFFormatUtils::gUniSepDict[] = {
     {0, XMLEntities::None},  {1, XMLEntities::Period}, {2, XMLEntities::Comma},
     {3, XMLEntities::Space}, {4, XMLEntities::Colon},  {5, XMLEntities::Dash},
