@@ -162,20 +162,9 @@ int GetBoolAttr(const CFXMLWrapper& element, const char* name, bool& value, bool
   return text == XMLEntities::False ? 0 : kBadContent;
 }
 
-namespace {
-// A string datum gives up its buffer; any other becomes a null integer.
-void MakeNull(CFDatum& datum) {
-  if (datum.GetType() == CFDatum::String) {
-    datum.SetValue(nullptr, true);
-  } else {
-    datum = CFDatum();
-  }
-}
-}  // namespace
-
 int GetDataValueAttr(const CFXMLWrapper& element, const char* name, CFDatum::DataType type,
                      CFDatum& datum, int& status) {
-  MakeNull(datum);
+  datum = CFDatum::MakeNull(datum.GetType());
   status = -1;
   bool found = false;
   switch (type) {
@@ -213,7 +202,7 @@ int GetDataValueAttr(const CFXMLWrapper& element, const char* name, CFDatum::Dat
 
 int GetDataValueAttr(const CfCppHelperV1::XMLElement& element, const char* name,
                      CFDatum::DataType type, CFDatum& datum, int& status) {
-  MakeNull(datum);
+  datum = CFDatum::MakeNull(datum.GetType());
   status = -1;
   std::string text;
   if (name == nullptr || !element.getAttribute(name, text)) {

@@ -28,7 +28,8 @@ namespace cfmeta_internal {
 CFMETA_API int GetBoolAttr(const CfExtension::CFXMLWrapper& element, const char* name, bool& value,
                            bool& found);
 
-// Reads an attribute as a datum of `type`. `datum` is made null first. `status` then tells:
+// Reads an attribute as a datum of `type`. `datum` is first made null, keeping its type (a
+// string gives up its buffer). `status` then tells:
 //   0  a value was found and `datum` holds it;
 //   4  the attribute is absent (`datum` stays null);
 //   -1 the result is non-zero and nothing was read;
