@@ -10,6 +10,7 @@
 #include "cfmeta/format/cfformat.h"
 #include "cfmeta/format/cfformatutils.h"
 #include "cfmeta/format/cfnumberformat.h"
+#include "cfmeta/metadata/cfmetadata.h"
 #include "cfmeta/printable/cfuncconverter.h"
 #include "cfmeta/stats/cfcatstats.h"
 #include "cfmeta/stats/cfcatstatsimp.h"

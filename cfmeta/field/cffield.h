@@ -102,6 +102,50 @@ class CFMETA_API CFField {
   // integers for integer and unknown storage, strings for strings, reals for the rest.
   static CFDatum::DataType DatumTypeOf(StorageType storage);
 
+  // Writes the field under `parent` as a Field element, or as a BaseField element when
+  // `isBaseField` (which then writes no base field of its own). The element is finished before
+  // it is attached, so on failure `created` is null and `parent` is as it was.
+  void AddToTree(CfExtension::CFXMLWrapper& parent, CfExtension::CFXMLWrapper*& created,
+                 bool isBaseField) const;
+  // Writes `values` as a Values element under `parent`; nothing (null `created`) for an empty
+  // list or a failed write. Flag markers are written only when `isFlag`.
+  static void AddValuesToTree(const std::vector<CFValue>& values, CfExtension::CFXMLWrapper& parent,
+                              CfExtension::CFXMLWrapper*& created, bool isFlag);
+  // Whether a datum's type suits this field's storage; the null flag is not looked at.
+  bool StorageMatches(const CFDatum& datum) const;
+
+  // Setters. A nameless field (a failed read) is frozen: every setter but SetLabel and
+  // SetMaxStringLength does nothing on it, or returns false.
+  void SetName(const std::string& name);
+  void SetLabel(const std::string& label);
+  void SetSubRole(const std::string& subRole);
+  void SetRole(RoleType role);
+  void SetStructure(StructureType structure);
+  void SetStructureStorage(StorageType storage);
+  void SetDepth(int depth);
+  void SetElementCount(int count);
+  void SetMaxStringLength(unsigned int length);
+  // Any type but Continuous clears the range; Continuous, Typeless and UnknownType clear the
+  // value list. False only for a nameless field.
+  bool SetFieldType(FieldType type);
+  // Only for a continuous field, and a non-empty range's lower limit must suit the storage.
+  bool SetRange(const CFRange& range);
+  // Only for a categorical field; every value non-null and suiting the storage, else nothing
+  // changes.
+  void SetValues(const std::vector<CFValue>& values);
+  // Every value non-null and suiting the storage, else nothing changes.
+  void SetValueLabels(const std::vector<CFValue>& labels);
+  // A valid definition whose range's lower limit (or first value, without a range) suits the
+  // storage.
+  bool SetMissingValues(const CFMissingValues& missing);
+  // A non-empty name drops the private format; an empty one clears the reference.
+  bool SetFormatReference(const std::string& name);
+  // Stores a copy; null drops the private format. False when the format does not suit the
+  // storage.
+  bool SetPrivateFormat(const CFFormat* format);
+  // Stores a copy, unless `base` has a base field of its own.
+  void SetBaseField(const CFField& base);
+
   const std::string& GetName() const { return m_name; }
   FieldType GetType() const { return m_type; }
   StorageType GetStorage() const { return m_storage; }
@@ -150,6 +194,7 @@ class CFMETA_API CFField {
   // m_contStats, likewise.
   std::unique_ptr<CFField> m_baseField;
 
+  bool AllMatchStorage(const std::vector<CFValue>& values) const;
   int Read(const CfExtension::CFXMLWrapper& element, bool isBaseField);
   int ReadChild(const CfExtension::CFXMLWrapper& child, bool isBaseField);
   int ReadMissingValues(const CfExtension::CFXMLWrapper& element);

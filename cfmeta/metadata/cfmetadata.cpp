@@ -1,0 +1,450 @@
+#include "cfmeta/metadata/cfmetadata.h"
+
+#include <cmath>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "cfmeta/format/cfformat.h"
+#include "cfmeta/vocab/cfvocabulary.h"
+#include "cfmeta/xml/cfxmliteratorwrapper.h"
+#include "cfmeta/xml/cfxmlwrapper.h"
+
+using CfExtension::CFXMLIteratorWrapper;
+using CfExtension::CFXMLWrapper;
+namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
+namespace XMLElements = CfCppHelperV1::XMLElements;
+
+namespace {
+
+constexpr int kFailed = 5;
+
+// The four default slots, in their fixed order, each tied to one storage.
+constexpr CFField::StorageType kSlotStorage[4] = {CFField::RealStorage, CFField::StringStorage,
+                                                  CFField::DateStorage, CFField::TimeStorage};
+
+int SlotOf(CFField::StorageType storage) {
+  switch (storage) {
+    case CFField::IntegerStorage:
+    case CFField::RealStorage:
+      return 0;
+    case CFField::StringStorage:
+      return 1;
+    case CFField::DateStorage:
+    case CFField::TimestampStorage:
+      return 2;
+    case CFField::TimeStorage:
+      return 3;
+    default:
+      return -1;
+  }
+}
+
+const char* SlotAttribute(CFField::StorageType storage) {
+  switch (storage) {
+    case CFField::StringStorage:
+      return XMLAttributes::DefaultStringFormat;
+    case CFField::DateStorage:
+    case CFField::TimestampStorage:
+      return XMLAttributes::DefaultDateFormat;
+    case CFField::TimeStorage:
+      return XMLAttributes::DefaultTimeFormat;
+    default:
+      return XMLAttributes::DefaultNumberFormat;
+  }
+}
+
+double Known(double count) { return count < 0 ? -1.0 : count; }
+
+bool IsWhole(double value) { return value == std::floor(value); }
+
+// The first direct child named `name`, or null. Owned by `parent`.
+CFXMLWrapper* FirstChild(const CFXMLWrapper& parent, const char* name) {
+  CFXMLIteratorWrapper* it = nullptr;
+  if (parent.getElementDirectIterator(name, &it) != 0) return nullptr;
+  return it->nextElement();
+}
+
+// A double count attribute that must be present and finite.
+int ReadRequiredCount(const CFXMLWrapper& element, const char* name, double& value) {
+  bool found = false;
+  int kind = -1;
+  int rc = element.getAttribute(name, value, found, kind);
+  if (rc != 0) return rc;
+  if (!found || kind != 0) return kFailed;
+  return 0;
+}
+
+// A double count attribute that may be absent (-1); present, it must be finite, and a
+// negative value means unknown.
+int ReadOptionalCount(const CFXMLWrapper& element, const char* name, double& value) {
+  bool found = false;
+  int kind = -1;
+  int rc = element.getAttribute(name, value, found, kind);
+  if (rc != 0) return rc;
+  if (!found) {
+    value = -1.0;
+    return 0;
+  }
+  if (kind != 0) return kFailed;
+  if (value < 0) value = -1.0;
+  return 0;
+}
+
+}  // namespace
+
+class CFMetaData::Impl {
+ public:
+  explicit Impl(CFUpperFunc* upperFunc) : upper(upperFunc) {}
+  Impl(const Impl& other);
+
+  std::string KeyOf(const std::string& name) const {
+    return upper != nullptr ? (*upper)(name) : name;
+  }
+  int IndexOfKey(const std::string& key) const {
+    auto found = keyIndex.find(key);
+    return found == keyIndex.end() ? -1 : static_cast<int>(found->second);
+  }
+  int IndexOfFormat(const std::string& name) const {
+    for (size_t i = 0; i < formats.size(); ++i) {
+      if (formats[i]->GetName() == name) return static_cast<int>(i);
+    }
+    return -1;
+  }
+
+  int AppendField(const CFField& field);
+  int AddSharedFormat(const CFFormat& format);
+  int SetDefaultFormat(CFField::StorageType storage, const std::string& name);
+  void SetRecordCounts(double unweighted, double weighted) {
+    if (!IsWhole(unweighted)) return;
+    unweightedCount = Known(unweighted);
+    weightedCount = Known(weighted);
+  }
+  void SetDroppedCount(double dropped) {
+    if (IsWhole(dropped)) droppedCount = Known(dropped);
+  }
+  void SetDroppedDetails(double badWeight, double weightedDropped) {
+    if (IsWhole(badWeight)) badWeightCount = Known(badWeight);
+    weightedDroppedCount = Known(weightedDropped);
+  }
+
+  int Load(const std::string& xml);
+  int ReadFormats(const CFXMLWrapper& formatsElement);
+  int ReadCounts(const CFXMLWrapper& countsElement);
+  int ReadFields(const CFXMLWrapper& fieldsElement);
+  int Export(std::string& out) const;
+
+  CFUpperFunc* upper;
+  std::vector<std::unique_ptr<CFField>> fields;
+  std::vector<std::string> keys;
+  // Key to position; keys are unique, so this is the first match the key list would give.
+  std::unordered_map<std::string, size_t> keyIndex;
+  std::vector<std::unique_ptr<CFFormat>> formats;
+  // Formats taken out of the list stay alive so that pointers handed out earlier stay usable.
+  std::vector<std::unique_ptr<CFFormat>> droppedFormats;
+  int slots[4] = {-1, -1, -1, -1};
+  double unweightedCount = -1.0;
+  double weightedCount = -1.0;
+  double droppedCount = -1.0;
+  double badWeightCount = -1.0;
+  double weightedDroppedCount = -1.0;
+};
+
+CFMetaData::Impl::Impl(const Impl& other)
+    : upper(other.upper),
+      keys(other.keys),
+      keyIndex(other.keyIndex),
+      unweightedCount(other.unweightedCount),
+      weightedCount(other.weightedCount),
+      droppedCount(other.droppedCount),
+      badWeightCount(other.badWeightCount),
+      weightedDroppedCount(other.weightedDroppedCount) {
+  fields.reserve(other.fields.size());
+  for (const auto& field : other.fields) fields.emplace_back(new CFField(*field));
+  formats.reserve(other.formats.size());
+  for (const auto& format : other.formats) formats.emplace_back(format->Clone());
+  for (int i = 0; i < 4; ++i) slots[i] = other.slots[i];
+}
+
+int CFMetaData::Impl::AppendField(const CFField& field) {
+  if (field.GetName().empty()) return -1;
+  std::string key = KeyOf(field.GetName());
+  if (IndexOfKey(key) >= 0) return -1;
+  fields.emplace_back(new CFField(field));
+  keyIndex.emplace(key, fields.size() - 1);
+  keys.push_back(std::move(key));
+  return static_cast<int>(fields.size() - 1);
+}
+
+int CFMetaData::Impl::AddSharedFormat(const CFFormat& format) {
+  if (format.GetWidth() == 0) return -1;
+  std::string name = format.GetName();
+  if (name.empty()) return -1;
+  std::unique_ptr<CFFormat> clone(format.Clone());
+  int index = IndexOfFormat(name);
+  if (index >= 0) {
+    formats[index] = std::move(clone);
+  } else {
+    formats.push_back(std::move(clone));
+    index = static_cast<int>(formats.size() - 1);
+  }
+  for (int slot = 0; slot < 4; ++slot) {
+    if (slots[slot] == index && !CFField::MatchesFormat(kSlotStorage[slot], *formats[index])) {
+      slots[slot] = -1;
+    }
+  }
+  return index;
+}
+
+int CFMetaData::Impl::SetDefaultFormat(CFField::StorageType storage, const std::string& name) {
+  int index = IndexOfFormat(name);
+  if (index < 0) return -1;
+  int slot = SlotOf(storage);
+  if (slot < 0 || !CFField::MatchesFormat(storage, *formats[index])) return -1;
+  slots[slot] = index;
+  return index;
+}
+
+int CFMetaData::Impl::ReadFormats(const CFXMLWrapper& formatsElement) {
+  CFXMLIteratorWrapper* it = nullptr;
+  int rc = formatsElement.getElementDirectIterator("", &it);
+  if (rc != 0) return rc;
+  while (CFXMLWrapper* child = it->nextElement()) {
+    std::unique_ptr<CFFormat> format(CFField::FormatFromDOMNode(*child));
+    if (!format) return kFailed;
+    if (AddSharedFormat(*format) < 0) return kFailed;
+  }
+  const std::pair<const char*, CFField::StorageType> defaults[] = {
+      {XMLAttributes::DefaultNumberFormat, CFField::RealStorage},
+      {XMLAttributes::DefaultDateFormat, CFField::DateStorage},
+      {XMLAttributes::DefaultTimeFormat, CFField::TimeStorage},
+      {XMLAttributes::DefaultStringFormat, CFField::StringStorage},
+  };
+  for (const auto& entry : defaults) {
+    std::string name;
+    bool found = false;
+    rc = formatsElement.getAttribute(entry.first, name, found);
+    if (rc != 0) return rc;
+    if (found && !name.empty() && SetDefaultFormat(entry.second, name) < 0) return kFailed;
+  }
+  return 0;
+}
+
+int CFMetaData::Impl::ReadCounts(const CFXMLWrapper& countsElement) {
+  double unweighted = -1.0, weighted = -1.0, dropped = -1.0;
+  int rc = ReadRequiredCount(countsElement, XMLAttributes::UnweightedCount, unweighted);
+  if (rc != 0) return rc;
+  rc = ReadRequiredCount(countsElement, XMLAttributes::WeightedCount, weighted);
+  if (rc != 0) return rc;
+  SetRecordCounts(unweighted, weighted);
+  rc = ReadRequiredCount(countsElement, XMLAttributes::DroppedCount, dropped);
+  if (rc != 0) return rc;
+  SetDroppedCount(dropped);
+  double badWeight = -1.0, weightedDropped = -1.0;
+  rc = ReadOptionalCount(countsElement, "badWeightCount", badWeight);
+  if (rc != 0) return rc;
+  rc = ReadOptionalCount(countsElement, "weightedDroppedCount", weightedDropped);
+  if (rc != 0) return rc;
+  SetDroppedDetails(badWeight, weightedDropped);
+  return 0;
+}
+
+int CFMetaData::Impl::ReadFields(const CFXMLWrapper& fieldsElement) {
+  CFXMLIteratorWrapper* it = nullptr;
+  int rc = fieldsElement.getElementDirectIterator(XMLElements::Field, &it);
+  if (rc != 0) return rc;
+  while (CFXMLWrapper* child = it->nextElement()) {
+    std::unique_ptr<CFField> field(new CFField(*child, false));
+    if (field->GetName().empty()) return kFailed;
+    std::string key = KeyOf(field->GetName());
+    if (IndexOfKey(key) >= 0) return kFailed;
+    // The field read here is the one kept: no copy of a large field on the load path.
+    fields.push_back(std::move(field));
+    keyIndex.emplace(key, fields.size() - 1);
+    keys.push_back(std::move(key));
+  }
+  return 0;
+}
+
+int CFMetaData::Impl::Load(const std::string& xml) {
+  CFXMLWrapper doc;
+  doc.loadFromContents(xml.c_str());
+  std::string rootName;
+  if (doc.getName(rootName) != 0 || rootName.empty()) return kFailed;
+
+  // 1. Shared formats and default slots.
+  if (const CFXMLWrapper* formatsElement = FirstChild(doc, XMLElements::FieldFormats)) {
+    int rc = ReadFormats(*formatsElement);
+    if (rc != 0) return rc;
+  }
+  // 2. Field groups: TODO(#14).
+  // 3. Record counts.
+  if (const CFXMLWrapper* countsElement = FirstChild(doc, XMLElements::RecordCounts)) {
+    int rc = ReadCounts(*countsElement);
+    if (rc != 0) return rc;
+  }
+  // 4. Fields, required.
+  const CFXMLWrapper* fieldsElement = FirstChild(doc, XMLElements::Fields);
+  if (fieldsElement == nullptr) return kFailed;
+  int rc = ReadFields(*fieldsElement);
+  if (rc != 0) return rc;
+  // 5. Dataset summaries: TODO(#13).
+  return 0;
+}
+
+int CFMetaData::Impl::Export(std::string& out) const {
+  if (fields.empty()) return kFailed;
+  CFXMLWrapper doc;
+  doc.createNew(XMLElements::DataModel);
+  if (doc.getElement() == nullptr) return kFailed;
+
+  // Failures in the optional parts stop only the later optional parts; the fields are always
+  // attempted.
+  int rc = 0;
+  if (unweightedCount >= 0 || weightedCount >= 0 || droppedCount >= 0) {
+    CFXMLWrapper* counts = nullptr;
+    rc = doc.addElement(XMLElements::RecordCounts, &counts);
+    if (rc == 0) rc = counts->addAttribute(XMLAttributes::UnweightedCount, unweightedCount);
+    if (rc == 0) rc = counts->addAttribute(XMLAttributes::WeightedCount, weightedCount);
+    if (rc == 0) rc = counts->addAttribute(XMLAttributes::DroppedCount, droppedCount);
+    if (rc == 0 && badWeightCount >= 0) {
+      rc = counts->addAttribute("badWeightCount", badWeightCount);
+    }
+    if (rc == 0 && weightedDroppedCount >= 0) {
+      rc = counts->addAttribute("weightedDroppedCount", weightedDroppedCount);
+    }
+  }
+  if (rc == 0 && !formats.empty()) {
+    CFXMLWrapper* formatsElement = nullptr;
+    rc = doc.addElement(XMLElements::FieldFormats, &formatsElement);
+    for (int slot = 0; rc == 0 && slot < 4; ++slot) {
+      if (slots[slot] < 0) continue;
+      rc = formatsElement->addAttribute(SlotAttribute(kSlotStorage[slot]),
+                                        formats[slots[slot]]->GetName().c_str());
+    }
+    for (size_t i = 0; rc == 0 && i < formats.size(); ++i) {
+      CFXMLWrapper* created = nullptr;
+      formats[i]->AddToTree(*formatsElement, created);
+      if (created == nullptr) rc = kFailed;
+    }
+  }
+  // Field groups: TODO(#14).
+
+  CFXMLWrapper* fieldsElement = nullptr;
+  rc = doc.addElement(XMLElements::Fields, &fieldsElement);
+  if (rc != 0) return rc;
+  rc = fieldsElement->addAttribute(XMLAttributes::Count, static_cast<double>(fields.size()));
+  if (rc != 0) return rc;
+  rc = fieldsElement->addAttribute(XMLAttributes::CaseSensitive,
+                                   upper == nullptr ? "true" : "false");
+  if (rc != 0) return rc;
+  for (const auto& field : fields) {
+    CFXMLWrapper* created = nullptr;
+    field->AddToTree(*fieldsElement, created, false);
+    if (created == nullptr) return kFailed;
+  }
+  // Dataset summaries: TODO(#13).
+
+  std::string text;
+  rc = doc.doc2string(text);
+  if (rc != 0) return rc;
+  out.swap(text);
+  return 0;
+}
+
+// ---------------------------------------------------------------------------------------------
+
+CFMetaData::CFMetaData(CFUpperFunc* upper) : m_impl(new Impl(upper)) {}
+
+CFMetaData::CFMetaData(const std::string& xml, CFUpperFunc* upper) : m_impl(new Impl(upper)) {
+  if (m_impl->Load(xml) != 0) m_impl.reset(new Impl(upper));
+}
+
+CFMetaData::CFMetaData(const CFMetaData& other) : m_impl(new Impl(*other.m_impl)) {}
+
+CFMetaData& CFMetaData::operator=(const CFMetaData& other) {
+  if (this != &other) {
+    std::unique_ptr<Impl> copy(new Impl(*other.m_impl));
+    m_impl.swap(copy);
+  }
+  return *this;
+}
+
+CFMetaData::~CFMetaData() = default;
+
+bool CFMetaData::IsCaseSensitive() const { return m_impl->upper == nullptr; }
+
+unsigned int CFMetaData::FieldCount() const {
+  return static_cast<unsigned int>(m_impl->fields.size());
+}
+
+const CFField* CFMetaData::GetField(unsigned int index) const {
+  return index < m_impl->fields.size() ? m_impl->fields[index].get() : nullptr;
+}
+
+int CFMetaData::GetFieldIndex(const std::string& name) const {
+  return m_impl->IndexOfKey(m_impl->KeyOf(name));
+}
+
+const CFField* CFMetaData::GetField(const std::string& name) const {
+  int index = GetFieldIndex(name);
+  return index < 0 ? nullptr : m_impl->fields[index].get();
+}
+
+unsigned int CFMetaData::SharedFormatCount() const {
+  return static_cast<unsigned int>(m_impl->formats.size());
+}
+
+const CFFormat* CFMetaData::GetSharedFormat(unsigned int index) const {
+  return index < m_impl->formats.size() ? m_impl->formats[index].get() : nullptr;
+}
+
+const CFFormat* CFMetaData::GetSharedFormat(const std::string& name) const {
+  int index = m_impl->IndexOfFormat(name);
+  return index < 0 ? nullptr : m_impl->formats[index].get();
+}
+
+const CFFormat* CFMetaData::GetDefaultFormat(CFField::StorageType storage) const {
+  int slot = SlotOf(storage);
+  if (slot < 0 || m_impl->slots[slot] < 0) return nullptr;
+  return m_impl->formats[m_impl->slots[slot]].get();
+}
+
+double CFMetaData::GetRecordCount(bool weighted) const {
+  return weighted ? m_impl->weightedCount : m_impl->unweightedCount;
+}
+
+double CFMetaData::GetDroppedCount() const { return m_impl->droppedCount; }
+
+void CFMetaData::GetDroppedDetails(double& badWeightCount, double& weightedDroppedCount) const {
+  badWeightCount = m_impl->badWeightCount;
+  weightedDroppedCount = m_impl->weightedDroppedCount;
+}
+
+int CFMetaData::AppendField(const CFField& field) { return m_impl->AppendField(field); }
+
+int CFMetaData::AddSharedFormat(const CFFormat& format) { return m_impl->AddSharedFormat(format); }
+
+int CFMetaData::SetDefaultFormat(CFField::StorageType storage, const std::string& name) {
+  return m_impl->SetDefaultFormat(storage, name);
+}
+
+void CFMetaData::SetRecordCounts(double unweighted, double weighted) {
+  m_impl->SetRecordCounts(unweighted, weighted);
+}
+
+void CFMetaData::SetDroppedCount(double dropped) { m_impl->SetDroppedCount(dropped); }
+
+void CFMetaData::SetDroppedDetails(double badWeightCount, double weightedDroppedCount) {
+  m_impl->SetDroppedDetails(badWeightCount, weightedDroppedCount);
+}
+
+bool CFMetaData::ExportXMLDoc(std::string& out) const { return m_impl->Export(out) == 0; }
+
+bool CFMetaData::ValidateXMLChars(const std::string& text) {
+  for (char c : text) {
+    signed char s = static_cast<signed char>(c);
+    if (s >= 1 && s <= 31 && s != 9 && s != 10 && s != 13) return false;
+  }
+  return true;
+}
