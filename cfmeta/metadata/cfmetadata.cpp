@@ -255,6 +255,7 @@ int CFMetaData::Impl::ReadFields(const CFXMLWrapper& fieldsElement) {
   if (rc != 0) return rc;
   while (CFXMLWrapper* child = it->nextElement()) {
     std::unique_ptr<CFField> field(new CFField(*child, false));
+    child->releaseHandedOut();
     if (field->GetName().empty()) return kFailed;
     std::string key = KeyOf(field->GetName());
     if (IndexOfKey(key) >= 0) return kFailed;

@@ -552,6 +552,11 @@ int CFXMLWrapper::getTextIterator(CFXMLIteratorWrapper** out) const {
   return MakeIterator(true, CFXMLIteratorWrapper::TextNodes, "", out);
 }
 
+void CFXMLWrapper::releaseHandedOut() const {
+  m_iterators.clear();
+  m_children.clear();
+}
+
 void CFXMLWrapper::registerHandle(CFXML* handle) {
   if (handle != nullptr) m_handles.push_back(handle);
 }

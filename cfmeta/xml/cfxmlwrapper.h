@@ -142,6 +142,11 @@ class CFMETA_API CFXMLWrapper {
 
   // Records a function table; it is freed with this wrapper.
   void registerHandle(CFXML* handle);
+  // Destroys every iterator and child wrapper this wrapper handed out, with everything they
+  // handed out in turn; the document is untouched. A reader calls it when it is done with an
+  // element, so that a long read holds only what it still uses.
+  // Requires: nothing obtained from them is used afterwards.
+  void releaseHandedOut() const;
 
   // --- Attributes (each returns 5 when the wrapper has no element) ---
 
