@@ -4,7 +4,7 @@
 set -eu
 
 PACKAGES="build-essential cmake ninja-build pkg-config libxerces-c-dev libicu-dev \
-libgtest-dev libgmock-dev libbenchmark-dev libcsv-dev libcli11-dev libfmt-dev"
+libgtest-dev libgmock-dev libbenchmark-dev libcsv-dev libcli11-dev libfmt-dev locales"
 if [ "${CFMETA_WITH_FUZZ:-0}" = 1 ]; then
   PACKAGES="$PACKAGES clang libclang-rt-dev llvm"
 fi
@@ -18,9 +18,15 @@ for p in $PACKAGES; do
     missing="$missing $p"
   fi
 done
-[ -z "$missing" ] && exit 0
-
 if [ "$(id -u)" = 0 ]; then SUDO=""; else SUDO="sudo"; fi
-echo "Installing:$missing"
-$SUDO apt-get update -qq
-DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends $missing
+if [ -n "$missing" ]; then
+  echo "Installing:$missing"
+  $SUDO apt-get update -qq
+  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends $missing
+fi
+
+# Tests check number output under a locale whose decimal separator is a comma.
+if ! locale -a 2>/dev/null | grep -qi '^de_DE\.utf-\?8$'; then
+  echo "Generating the de_DE.UTF-8 locale"
+  $SUDO localedef -i de_DE -f UTF-8 de_DE.UTF-8
+fi

@@ -1,6 +1,7 @@
 #include "cfmeta/field/cfdatum.h"
 
 #include <cstring>
+#include <utility>
 
 #include "cfmeta/xml/cfxmlwrapper.h"
 
@@ -16,6 +17,22 @@ CFDatum::CFDatum(const char* text, bool isNull) : m_isNull(true), m_type(String)
 CFDatum::CFDatum(const CFDatum& other) : m_isNull(true), m_type(Integer), m_length(0) {
   m_value.i = 0;
   *this = other;
+}
+
+CFDatum::CFDatum(CFDatum&& other) noexcept : CFDatum() { *this = std::move(other); }
+
+CFDatum& CFDatum::operator=(CFDatum&& other) noexcept {
+  if (this == &other) return *this;
+  ReleaseString();
+  m_isNull = other.m_isNull;
+  m_type = other.m_type;
+  m_length = other.m_length;
+  m_value = other.m_value;
+  other.m_isNull = true;
+  other.m_type = Integer;
+  other.m_length = 0;
+  other.m_value.i = 0;
+  return *this;
 }
 
 CFDatum::~CFDatum() { ReleaseString(); }
@@ -51,22 +68,24 @@ CFDatum& CFDatum::operator=(const CFDatum& other) {
 }
 
 void CFDatum::SetValue(const char* text, bool isNull) {
-  uint64_t size = 0;
-  if (!isNull && text != nullptr) {
-    m_isNull = false;
-    size = std::strlen(text) + 1;
-  } else {
-    m_isNull = true;
+  const uint64_t size = !isNull && text != nullptr ? std::strlen(text) + 1 : 0;
+  char* buffer = m_type == String ? m_value.s : nullptr;
+  if (size != 0 && (buffer == nullptr || size != m_length)) {
+    // A new buffer is filled before the old one goes: `text` may point into it, and a failed
+    // allocation leaves this datum as it was.
+    char* fresh = new char[size];
+    std::memcpy(fresh, text, size);
+    ReleaseString();
+    buffer = fresh;
+  } else if (size != 0) {
+    std::memmove(buffer, text, size);  // same size: the buffer is kept
+  } else if (size != m_length) {
+    ReleaseString();
+    buffer = nullptr;
   }
-  if (m_type != String) {
-    m_type = String;
-    m_value.s = nullptr;
-  } else if (size != m_length && m_value.s != nullptr) {
-    delete[] m_value.s;
-    m_value.s = nullptr;
-  }
-  if (m_value.s == nullptr && size != 0) m_value.s = new char[size];
-  if (size != 0) std::memcpy(m_value.s, text, size);
+  m_isNull = size == 0;
+  m_type = String;
+  m_value.s = buffer;
   m_length = size;
 }
 

@@ -37,9 +37,13 @@ class CFMETA_API CFDatum {
   CFDatum(const char* text, bool isNull);
   CFDatum(const CFDatum& other);
   CFDatum& operator=(const CFDatum& other);
+  // Takes `other`'s value and buffer; `other` is left a null integer datum.
+  CFDatum(CFDatum&& other) noexcept;
+  CFDatum& operator=(CFDatum&& other) noexcept;
   virtual ~CFDatum();
 
   // Turns this datum into a string datum, reusing its buffer when the size is unchanged.
+  // `text` may point into this datum's own buffer.
   void SetValue(const char* text, bool isNull);
 
   // Three-way comparison: -1/0/1 for integers and reals, strcmp's own result for strings

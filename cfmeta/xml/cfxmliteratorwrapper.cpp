@@ -1,7 +1,6 @@
 #include "cfmeta/xml/cfxmliteratorwrapper.h"
 
 #include <cstdlib>
-
 #include <xercesc/dom/DOM.hpp>
 
 #include "cfmeta/xml/cfxmlwrapper.h"
@@ -81,6 +80,28 @@ void CFXMLIteratorWrapper::Advance() {
   } while (m_next != nullptr && !passesFilter(m_next));
 }
 
+bool CFXMLIteratorWrapper::IsInside(const DOMNode* node, const DOMNode* ancestor) {
+  for (; node != nullptr; node = node->getParentNode()) {
+    if (node == ancestor) return true;
+  }
+  return false;
+}
+
+DOMNode* CFXMLIteratorWrapper::FirstAfter(DOMNode* node) {
+  for (; node != nullptr && node != m_root; node = node->getParentNode()) {
+    DOMNode* sibling = node->getNextSibling();
+    if (sibling == nullptr) continue;
+    if (passesFilter(sibling)) {
+      m_walker->setCurrentNode(sibling);
+      return sibling;
+    }
+    // Not handed out itself: the walker finds the first match inside or after it.
+    m_walker->setCurrentNode(sibling);
+    return m_walker->nextNode();
+  }
+  return nullptr;
+}
+
 int CFXMLIteratorWrapper::nextItem(void** item) {
   if (m_next == nullptr) {
     if (item != nullptr) *item = nullptr;
@@ -113,6 +134,8 @@ int CFXMLIteratorWrapper::deleteItem() {
   try {
     DOMNode* parent = m_last->getParentNode();
     if (parent == nullptr) return kXMLBadArgument;
+    // The next node may lie inside the one going away; then the walk resumes after it.
+    if (m_walker != nullptr && IsInside(m_next, m_last)) m_next = FirstAfter(m_last);
     // The removed node stays owned by its document and is freed with it; wrappers handed
     // out for it therefore stay valid.
     parent->removeChild(m_last);

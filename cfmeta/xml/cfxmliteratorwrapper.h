@@ -10,7 +10,6 @@
 #include <memory>
 #include <string>
 #include <vector>
-
 #include <xercesc/util/XercesDefs.hpp>
 
 #include "cfmeta/cfmeta_export.h"
@@ -46,8 +45,9 @@ class CFMETA_API CFXMLIteratorWrapper {
   int nextItem(void** item);
   // Typed form of nextItem for element iterators; null at the end.
   CFXMLWrapper* nextElement();
-  // Removes the node handed out last from the root. 5 when nothing was handed out yet.
-  // Safe between nextItem calls: the iterator has already moved past that node.
+  // Removes the node handed out last from its parent. 5 when nothing was handed out yet.
+  // Safe between nextItem calls: the iterator has already moved past that node and, for a
+  // subtree iterator, past everything inside it.
   int deleteItem();
   // Does nothing; the owner destroys the iterator. Always 0.
   int close();
@@ -69,6 +69,11 @@ class CFMETA_API CFXMLIteratorWrapper {
   std::unique_ptr<NodeFilter> m_filter;
 
   void Advance();
+  static bool IsInside(const XERCES_CPP_NAMESPACE::DOMNode* node,
+                       const XERCES_CPP_NAMESPACE::DOMNode* ancestor);
+  // The first node after `node`'s subtree that this iterator hands out; the walker is left
+  // on it. Null when there is none under the root.
+  XERCES_CPP_NAMESPACE::DOMNode* FirstAfter(XERCES_CPP_NAMESPACE::DOMNode* node);
 };
 
 }  // namespace CfExtension

@@ -9,9 +9,7 @@
 #include <cstring>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <limits>
-
 #include <xercesc/dom/DOM.hpp>
 #include <xercesc/framework/MemBufFormatTarget.hpp>
 #include <xercesc/framework/MemBufInputSource.hpp>
@@ -23,8 +21,9 @@
 #include <xercesc/util/TransService.hpp>
 #include <xercesc/util/XMLEntityResolver.hpp>
 #include <xercesc/util/XMLException.hpp>
-#include <xercesc/util/XMLUni.hpp>
 #include <xercesc/util/XMLResourceIdentifier.hpp>
+#include <xercesc/util/XMLUni.hpp>
+#include <xercesc/validators/DTD/DTDEntityDecl.hpp>
 
 #include "cfmeta/xml/cfxmliteratorwrapper.h"
 
@@ -39,6 +38,20 @@ XMLTranscoder* gTranscoder = nullptr;
 // Entity expansions allowed in one document before the parse fails: enough for any real
 // metadata document, far too few for an exponential expansion.
 constexpr XMLSize_t kEntityExpansionLimit = 10000;
+// The longest text an entity may declare. With the expansion limit it bounds what references
+// can add to a document (a long entity used many times grows a small text into gigabytes).
+constexpr XMLSize_t kEntityValueLimit = 1024;
+
+// Thrown out of the parse when a declaration breaks kEntityValueLimit.
+struct EntityTooLong {};
+
+class BoundedDOMParser : public XercesDOMParser {
+ public:
+  void entityDecl(const DTDEntityDecl& decl, const bool isPEDecl, const bool isIgnored) override {
+    if (decl.getValueLen() > kEntityValueLimit) throw EntityTooLong();
+    XercesDOMParser::entityDecl(decl, isPEDecl, isIgnored);
+  }
+};
 
 // Every external entity, DTD or other resource resolves to nothing: a document never makes
 // the parser read a file or reach the network.
@@ -170,7 +183,8 @@ long long DecimalMagnitude(const std::string& t) {
     long long exponent = 0;
     bool negative = t[i + 1] == '-';
     for (++i; i < n; ++i) {
-      if (t[i] >= '0' && t[i] <= '9' && exponent < 1000000000) exponent = exponent * 10 + (t[i] - '0');
+      if (t[i] >= '0' && t[i] <= '9' && exponent < 1000000000)
+        exponent = exponent * 10 + (t[i] - '0');
     }
     magnitude += negative ? -exponent : exponent;
   }
@@ -186,6 +200,14 @@ int CopyOut(const std::string& text, char* buf, size_t capacity, size_t* needed)
   buf[text.size()] = '\0';
   return kXMLOk;
 }
+
+// Hands a serializer or output description back to Xerces.
+struct Releaser {
+  template <typename T>
+  void operator()(T* object) const {
+    object->release();
+  }
+};
 
 bool IsElement(const DOMNode* node) {
   return node != nullptr && node->getNodeType() == DOMNode::ELEMENT_NODE;
@@ -314,8 +336,7 @@ void CFXMLWrapper::startup(bool alreadyInitialised) {
   if (!alreadyInitialised) XMLPlatformUtils::Initialize();
   if (gTranscoder == nullptr) {
     XMLTransService::Codes code = XMLTransService::Ok;
-    gTranscoder =
-        XMLPlatformUtils::fgTransService->makeNewTranscoderFor("UTF8", code, 256);
+    gTranscoder = XMLPlatformUtils::fgTransService->makeNewTranscoderFor("UTF8", code, 256);
   }
 }
 
@@ -340,10 +361,12 @@ void CFXMLWrapper::createNew(const char* rootName) {
     std::cout << CFXMLConverter(e.getMessage()).str() << std::endl;
     m_lastError = CFXMLConverter(e.getMessage()).str();
     m_document = nullptr;
+    m_element = nullptr;
   } catch (const DOMException& e) {
     std::cout << "Caught DOM Exception " << CFXMLConverter(e.getMessage()).str() << std::endl;
     m_lastError = CFXMLConverter(e.getMessage()).str();
     m_document = nullptr;
+    m_element = nullptr;
   }
 }
 
@@ -354,7 +377,7 @@ void CFXMLWrapper::loadFromContents(const char* text) {
   ParseErrorKeeper errors;
   try {
     if (!m_parser) {
-      m_parser.reset(new XercesDOMParser());
+      m_parser.reset(new BoundedDOMParser());
       m_parser->setValidationScheme(XercesDOMParser::Val_Never);
       m_parser->setDoSchema(false);
       m_parser->setLoadExternalDTD(false);
@@ -382,6 +405,10 @@ void CFXMLWrapper::loadFromContents(const char* text) {
   } catch (const XMLException& e) {
     std::cout << CFXMLConverter(e.getMessage()).str() << std::endl;
     m_lastError = CFXMLConverter(e.getMessage()).str();
+  } catch (const EntityTooLong&) {
+    std::cout << "Caught unknown exception" << std::endl;
+    m_lastError =
+        "an entity declares more than " + std::to_string(kEntityValueLimit) + " characters";
   } catch (...) {
     std::cout << "Caught unknown exception" << std::endl;
     m_lastError = errors.message().empty() ? "the text is not well-formed XML" : errors.message();
@@ -396,9 +423,12 @@ void CFXMLWrapper::loadFromContents(const char* text) {
 }
 
 int CFXMLWrapper::dispose() {
-  // Children and iterators point into the document that is going away.
-  m_iterators.clear();
-  m_children.clear();
+  // Children and iterators of an owned document point into it and go with it. A wrapper that
+  // owns no document keeps them: the document they point into is still alive.
+  if (m_parser || m_document != nullptr) {
+    m_iterators.clear();
+    m_children.clear();
+  }
   if (m_parser) {
     m_parser.reset();
   } else if (m_document != nullptr) {
@@ -417,15 +447,16 @@ int CFXMLWrapper::doc2string(std::string& out) const {
   DOMDocument* owner = m_document != nullptr ? m_document : m_element->getOwnerDocument();
   try {
     DOMImplementation* impl = owner->getImplementation();
-    DOMLSSerializer* serializer = impl->createLSSerializer();
-    DOMLSOutput* output = impl->createLSOutput();
+    std::unique_ptr<DOMLSSerializer, Releaser> serializer(impl->createLSSerializer());
+    std::unique_ptr<DOMLSOutput, Releaser> output(impl->createLSOutput());
     serializer->getDomConfig()->setParameter(XMLUni::fgDOMWRTFormatPrettyPrint, false);
+    // Text in the interface is UTF-8, whatever encoding a loaded document declared.
+    static const XMLCh kUTF8[] = {'U', 'T', 'F', '-', '8', 0};
+    output->setEncoding(kUTF8);
     MemBufFormatTarget target(1023);
     output->setByteStream(&target);
-    serializer->write(node, output);
+    serializer->write(node, output.get());
     out.assign(reinterpret_cast<const char*>(target.getRawBuffer()), target.getLen());
-    output->release();
-    serializer->release();
   } catch (const XMLException& e) {
     std::cout << CFXMLConverter(e.getMessage()).str() << std::endl;
     out.clear();
@@ -433,7 +464,13 @@ int CFXMLWrapper::doc2string(std::string& out) const {
     std::cout << "Caught DOM Exception " << CFXMLConverter(e.getMessage()).str() << std::endl;
     out.clear();
   }
+  // The serialiser escapes tabs and carriage returns in attribute values, and carriage returns
+  // in text, on its own (elsewhere it writes "&" as "&amp;"). Such a text ends with the same
+  // NUL as one escaped by handleTabAndCR, so a caller sees one rule whoever did the escaping.
+  bool escapedAlready =
+      out.find("&#x9;") != std::string::npos || out.find("&#xD;") != std::string::npos;
   handleTabAndCR(out);
+  if (escapedAlready && out.back() != '\0') out.push_back('\0');
   return kXMLOk;
 }
 
@@ -617,8 +654,7 @@ int CFXMLWrapper::getAttribute(const char* name, std::string& value, bool& found
   return kXMLOk;
 }
 
-int CFXMLWrapper::getAttribute(const char* name, char* buf, size_t capacity,
-                               size_t* needed) const {
+int CFXMLWrapper::getAttribute(const char* name, char* buf, size_t capacity, size_t* needed) const {
   std::string value;
   bool found = false;
   int rc = getAttribute(name, value, found);
@@ -774,7 +810,11 @@ std::string CFXMLWrapper::loadStringFromFile(const char* path) {
   if (path == nullptr) return std::string();
   std::ifstream in(path, std::ios::binary);
   if (!in) return std::string();
-  std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  std::string text;
+  char chunk[65536];
+  while (in.read(chunk, sizeof(chunk)) || in.gcount() > 0) {
+    text.append(chunk, static_cast<size_t>(in.gcount()));
+  }
   size_t start = text.find('<');
   if (start == std::string::npos) return std::string();
   text.erase(0, start);
