@@ -8,6 +8,9 @@
 #include "cfmeta/field/cffieldread_internal.h"
 #include "cfmeta/format/cfformat.h"
 #include "cfmeta/format/cfnumberformat.h"
+#include "cfmeta/stats/cfcatstats.h"
+#include "cfmeta/stats/cfcatstatsimp.h"
+#include "cfmeta/stats/cfcontstats.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/vocab/xmlelement.h"
 #include "cfmeta/xml/cfxmliteratorwrapper.h"
@@ -275,6 +278,8 @@ CFField::CFField(const CFField& other)
       m_valueLabels(other.m_valueLabels),
       m_formatReference(other.m_formatReference),
       m_privateFormat(other.m_privateFormat ? other.m_privateFormat->Clone() : nullptr),
+      m_catStats(other.m_catStats ? other.m_catStats->Clone() : nullptr),
+      m_contStats(other.m_contStats ? other.m_contStats->Clone() : nullptr),
       m_baseField(other.m_baseField ? new CFField(*other.m_baseField) : nullptr) {}
 
 CFField::CFField(CFField&& other) noexcept = default;
@@ -416,12 +421,27 @@ int CFField::ReadChild(const CFXMLWrapper& child, bool isBaseField) {
     // TODO(#12): build a CFGeo, replacing any earlier one.
   } else if (name == XMLElements::DiscreteStatistics) {
     if (!IsCategorical(m_type)) return kBadContent;
-    // TODO(#6): build CFCatStatsInt, CFCatStatsStr or CFCatStatsDbl by storage; no categories
-    // fails with 5.
+    std::unique_ptr<CFCatStats> stats;
+    if (m_storage == IntegerStorage) {
+      stats.reset(new CFCatStatsInt(child));
+    } else if (m_storage == StringStorage) {
+      stats.reset(new CFCatStatsStr(child));
+    } else {
+      stats.reset(new CFCatStatsDbl(child));
+    }
+    if (stats->GetNCats() == 0) return kBadContent;
+    m_catStats = std::move(stats);
   } else if (name == XMLElements::ContinuousStatistics) {
     if (m_type != Continuous) return kBadContent;
-    // TODO(#6): build CFContStatsInt or CFContStatsDbl by storage; a sum of frequency weights
-    // of exactly zero fails with 5.
+    std::unique_ptr<CFContStats> stats;
+    if (m_storage == IntegerStorage) {
+      stats.reset(new CFContStatsInt(child));
+    } else {
+      stats.reset(new CFContStatsDbl(child));
+    }
+    // Only an exact zero is empty: a NaN sum is kept as read.
+    if (stats->GetSumFreqWeights() == 0.0) return kBadContent;
+    m_contStats = std::move(stats);
   } else if (name == XMLElements::BaseField && !isBaseField) {
     CFField base(child, true);
     if (base.m_name.empty()) return kBadContent;

@@ -1,6 +1,6 @@
 // The definition of one variable of a dataset: its name, measurement level, storage, role,
-// structure, label, valid range, value list, missing values, value labels, display format and
-// an optional base field.
+// structure, label, valid range, value list, missing values, value labels, display format,
+// summary statistics and an optional base field.
 //
 // A field whose read failed is the default field: empty name, unknown type and storage, no
 // role, primitive structure, depth and element count -1, nothing else. An empty name is the
@@ -19,6 +19,8 @@
 #include "cfmeta/field/cfrange.h"
 #include "cfmeta/field/cfvalue.h"
 
+class CFCatStats;
+class CFContStats;
 class CFFormat;
 namespace CfExtension {
 class CFXMLWrapper;
@@ -125,8 +127,9 @@ class CFMETA_API CFField {
   void SetDepth(int depth);
   void SetElementCount(int count);
   void SetMaxStringLength(unsigned int length);
-  // Any type but Continuous clears the range; Continuous, Typeless and UnknownType clear the
-  // value list. False only for a nameless field.
+  // Any type but Continuous clears the range and drops the continuous statistics; Continuous,
+  // Typeless and UnknownType clear the value list and drop the categorical statistics. False
+  // only for a nameless field.
   bool SetFieldType(FieldType type);
   // Only for a continuous field, and a non-empty range's lower limit must suit the storage.
   bool SetRange(const CFRange& range);
@@ -145,6 +148,14 @@ class CFMETA_API CFField {
   bool SetPrivateFormat(const CFFormat* format);
   // Stores a copy, unless `base` has a base field of its own.
   void SetBaseField(const CFField& base);
+  // Only for a continuous field. Null drops the statistics; otherwise they must be a
+  // CFContStatsInt for integer storage or a CFContStatsDbl for real, date, time and timestamp
+  // storage, and a copy is stored. False, changing nothing, when refused.
+  bool SetSumStats(const CFContStats* stats);
+  // Only for a categorical field. Null drops the statistics; otherwise they must be a
+  // CFCatStatsInt for integer storage, a CFCatStatsStr for string storage or a CFCatStatsDbl
+  // for any other storage, and a copy is stored. False, changing nothing, when refused.
+  bool SetSumStats(const CFCatStats* stats);
 
   const std::string& GetName() const { return m_name; }
   FieldType GetType() const { return m_type; }
@@ -168,6 +179,10 @@ class CFMETA_API CFField {
   // Non-owning; null when there is none. Valid until this field next changes.
   const CFFormat* GetPrivateFormat() const { return m_privateFormat.get(); }
   // Non-owning; null when there is none. Valid until this field next changes.
+  const CFCatStats* GetCatStats() const { return m_catStats.get(); }
+  // Non-owning; null when there is none. Valid until this field next changes.
+  const CFContStats* GetContStats() const { return m_contStats.get(); }
+  // Non-owning; null when there is none. Valid until this field next changes.
   const CFField* GetBaseField() const { return m_baseField.get(); }
 
  private:
@@ -190,8 +205,8 @@ class CFMETA_API CFField {
   std::unique_ptr<CFFormat> m_privateFormat;
   // TODO(#12): std::unique_ptr<CFModelField> m_modelField and std::unique_ptr<CFGeo> m_geo,
   // owned, deep-copied and reset with the rest.
-  // TODO(#6): std::unique_ptr<CFCatStats> m_catStats and std::unique_ptr<CFContStats>
-  // m_contStats, likewise.
+  std::unique_ptr<CFCatStats> m_catStats;
+  std::unique_ptr<CFContStats> m_contStats;
   std::unique_ptr<CFField> m_baseField;
 
   bool AllMatchStorage(const std::vector<CFValue>& values) const;

@@ -6,6 +6,9 @@
 
 #include "cfmeta/field/cffield.h"
 #include "cfmeta/format/cfformat.h"
+#include "cfmeta/stats/cfcatstats.h"
+#include "cfmeta/stats/cfcatstatsimp.h"
+#include "cfmeta/stats/cfcontstats.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
 
@@ -191,7 +194,15 @@ void CFField::AddToTree(CFXMLWrapper& parent, CFXMLWrapper*& created, bool isBas
       if (child == nullptr) rc = kFailed;
     }
   }
-  // TODO(#12): model field and geospatial properties. TODO(#6): statistics.
+  // TODO(#12): model field and geospatial properties.
+  if (rc == 0 && m_catStats) {
+    m_catStats->AddToTree(e, child);
+    if (child == nullptr) rc = kFailed;
+  }
+  if (rc == 0 && m_contStats) {
+    m_contStats->AddToTree(e, child);
+    if (child == nullptr) rc = kFailed;
+  }
   if (rc == 0 && !isBaseField && m_baseField) {
     m_baseField->AddToTree(e, child, true);
     if (child == nullptr) rc = kFailed;
@@ -239,9 +250,9 @@ bool CFField::SetFieldType(FieldType type) {
   if (type != Continuous) m_range = CFRange();
   if (type == Continuous || type == Typeless || type == UnknownType) {
     m_values.clear();
-    // TODO(#6): drop the categorical statistics.
+    m_catStats.reset();
   }
-  // TODO(#6): any type other than Continuous drops the continuous statistics.
+  if (type != Continuous) m_contStats.reset();
   m_type = type;
   return true;
 }
@@ -303,4 +314,50 @@ bool CFField::SetPrivateFormat(const CFFormat* format) {
 void CFField::SetBaseField(const CFField& base) {
   if (m_name.empty() || base.m_baseField) return;
   m_baseField.reset(new CFField(base));
+}
+
+bool CFField::SetSumStats(const CFContStats* stats) {
+  if (m_name.empty() || m_type != Continuous) return false;
+  if (stats == nullptr) {
+    m_contStats.reset();
+    return true;
+  }
+  bool suits = false;
+  switch (m_storage) {
+    case IntegerStorage:
+      suits = dynamic_cast<const CFContStatsInt*>(stats) != nullptr;
+      break;
+    case RealStorage:
+    case DateStorage:
+    case TimeStorage:
+    case TimestampStorage:
+      suits = dynamic_cast<const CFContStatsDbl*>(stats) != nullptr;
+      break;
+    default:
+      break;
+  }
+  if (!suits) return false;
+  m_contStats.reset(stats->Clone());
+  return true;
+}
+
+bool CFField::SetSumStats(const CFCatStats* stats) {
+  if (m_name.empty() || !IsCategorical(m_type)) return false;
+  if (stats == nullptr) {
+    m_catStats.reset();
+    return true;
+  }
+  // As on reading: integers and strings have their own accumulators, every other storage
+  // (unknown included) counts doubles.
+  bool suits = false;
+  if (m_storage == IntegerStorage) {
+    suits = dynamic_cast<const CFCatStatsInt*>(stats) != nullptr;
+  } else if (m_storage == StringStorage) {
+    suits = dynamic_cast<const CFCatStatsStr*>(stats) != nullptr;
+  } else if (m_storage >= UnknownStorage && m_storage <= TimestampStorage) {
+    suits = dynamic_cast<const CFCatStatsDbl*>(stats) != nullptr;
+  }
+  if (!suits) return false;
+  m_catStats.reset(stats->Clone());
+  return true;
 }

@@ -426,6 +426,14 @@ int CFMetaData::AppendField(const CFField& field) { return m_impl->AppendField(f
 
 int CFMetaData::AddSharedFormat(const CFFormat& format) { return m_impl->AddSharedFormat(format); }
 
+bool CFMetaData::SetSumStats(unsigned int index, const CFContStats* stats) {
+  return index < m_impl->fields.size() && m_impl->fields[index]->SetSumStats(stats);
+}
+
+bool CFMetaData::SetSumStats(unsigned int index, const CFCatStats* stats) {
+  return index < m_impl->fields.size() && m_impl->fields[index]->SetSumStats(stats);
+}
+
 int CFMetaData::SetDefaultFormat(CFField::StorageType storage, const std::string& name) {
   return m_impl->SetDefaultFormat(storage, name);
 }

@@ -14,6 +14,8 @@
 #include "cfmeta/cfmeta_export.h"
 #include "cfmeta/field/cffield.h"
 
+class CFCatStats;
+class CFContStats;
 class CFFormat;
 
 // Folds a field name into the key under which it is looked up (for example, upper-cases it).
@@ -67,6 +69,10 @@ class CFMETA_API CFMetaData {
   // name and clearing only the default slots the new format no longer fits. -1 for an empty
   // format (width 0) or an empty name; else its index.
   int AddSharedFormat(const CFFormat& format);
+  // Stores a copy of `stats` in the field at `index`, or drops them for null; false for an
+  // index out of range, else the field's own answer (CFField::SetSumStats).
+  bool SetSumStats(unsigned int index, const CFContStats* stats);
+  bool SetSumStats(unsigned int index, const CFCatStats* stats);
   // Puts the shared format named `name` in the storage's default slot. -1, changing nothing,
   // for an unknown name, a storage without a slot or a format that does not suit it; else
   // the format's index.

@@ -9,6 +9,8 @@
 
 #include "cfmeta/format/cfformat.h"
 #include "cfmeta/format/cfnumberformat.h"
+#include "cfmeta/stats/cfcatstatsimp.h"
+#include "cfmeta/stats/cfcontstats.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/xml/cfxml_testutil.h"
 #include "cfmeta/xml/cfxmliteratorwrapper.h"
@@ -279,6 +281,52 @@ TEST(CFMetaDataTest, ValidateXMLCharsAcceptsOnlyWhatXMLCarries) {
   EXPECT_FALSE(CFMetaData::ValidateXMLChars("unit\x1Fseparator"));
   EXPECT_FALSE(CFMetaData::ValidateXMLChars(std::string("a\x01", 2)));
   EXPECT_TRUE(CFMetaData::ValidateXMLChars(std::string("nul\0inside", 10)));
+}
+
+TEST(CFMetaDataTest, SumStatsSurviveExportAndLoad) {
+  CFMetaData meta(Document(Fields(Field("Region", XMLEntities::String) +
+                                  Field("Income", XMLEntities::Real, XMLEntities::Continuous))),
+                  nullptr);
+  ASSERT_EQ(2u, meta.FieldCount());
+  CFCatStatsStr regions;
+  regions.Update("north", 2.0);
+  regions.Update("south", 0.5);
+  CFContStatsDbl income;
+  for (double x : {1.0, 2.0, 3.0}) income.Update(x, 2.0, 1.0);
+
+  EXPECT_FALSE(meta.SetSumStats(2, &regions));  // out of range
+  EXPECT_FALSE(meta.SetSumStats(2, &income));
+  EXPECT_FALSE(meta.SetSumStats(0, &income));  // a nominal field takes no continuous statistics
+  CFCatStatsInt codes;
+  codes.Update(1, 1.0);
+  EXPECT_FALSE(meta.SetSumStats(0, &codes));  // integers for a string field
+  ASSERT_TRUE(meta.SetSumStats(0, &regions));
+  ASSERT_TRUE(meta.SetSumStats(1, &income));
+
+  std::string exported;
+  ASSERT_TRUE(meta.ExportXMLDoc(exported));
+  CFMetaData loaded(exported, nullptr);
+  ASSERT_EQ(2u, loaded.FieldCount());
+  const CFCatStats* cats = loaded.GetField(0u)->GetCatStats();
+  ASSERT_NE(nullptr, cats);
+  ASSERT_EQ(2u, cats->GetNCats());
+  EXPECT_STREQ("north", cats->GetCatValDatum(0).GetString());
+  EXPECT_EQ(2.0, cats->GetCatWeight(0));
+  EXPECT_STREQ("south", cats->GetCatValDatum(1).GetString());
+  EXPECT_EQ(0.5, cats->GetCatWeight(1));
+  const CFContStats* cont = loaded.GetField(1u)->GetContStats();
+  ASSERT_NE(nullptr, cont);
+  EXPECT_EQ(std::make_pair(1.0, 3.0), cont->GetExtrema());
+  EXPECT_DOUBLE_EQ(2.0, cont->GetMean());
+  EXPECT_DOUBLE_EQ(income.GetVariance(), cont->GetVariance());
+  EXPECT_EQ(6.0, cont->GetSumFreqWeights());
+
+  // Copies of the metadata carry their own statistics.
+  CFMetaData copy(loaded);
+  EXPECT_NE(cats, copy.GetField(0u)->GetCatStats());
+  ASSERT_TRUE(loaded.SetSumStats(0, static_cast<const CFCatStats*>(nullptr)));
+  EXPECT_EQ(nullptr, loaded.GetField(0u)->GetCatStats());
+  EXPECT_NE(nullptr, copy.GetField(0u)->GetCatStats());
 }
 
 TEST(CFMetaDataTest, SampleDocumentsRoundTrip) {
