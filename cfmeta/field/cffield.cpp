@@ -249,6 +249,8 @@ int GetValuesList(const CFXMLWrapper& element, CFDatum::DataType type, std::vect
       return kBadContent;
     }
   }
+  // A loaded document keeps its lists for its whole life; growth slack would be most of it.
+  list.shrink_to_fit();
   return 0;
 }
 

@@ -18,7 +18,9 @@ CFValue::CFValue(const CfExtension::CFXMLWrapper& element, CFDatum::DataType typ
   int rc = cfmeta_internal::GetDataValueAttr(element, XMLAttributes::Value, type, m_value, status);
   if (rc == 0 && type == CFDatum::Real) {
     bool found = false;
-    rc = element.getAttribute(XMLAttributes::Value, m_sourceText, found);
+    std::string text;
+    rc = element.getAttribute(XMLAttributes::Value, text, found);
+    if (rc == 0 && !text.empty()) m_sourceText.reset(new std::string(std::move(text)));
   }
   bool ok = rc == 0 && status == 0;
   if (ok) {
@@ -43,8 +45,30 @@ CFValue::CFValue(const CfExtension::CFXMLWrapper& element, CFDatum::DataType typ
   if (!ok) {
     m_value = CFDatum();
     m_label.clear();
-    m_sourceText.clear();
+    m_sourceText.reset();
   }
+}
+
+CFValue::CFValue(const CFValue& other)
+    : m_value(other.m_value),
+      m_label(other.m_label),
+      m_flag(other.m_flag),
+      m_partition(other.m_partition),
+      m_sourceText(other.m_sourceText ? new std::string(*other.m_sourceText) : nullptr) {}
+
+CFValue& CFValue::operator=(const CFValue& other) {
+  if (this != &other) {
+    CFValue copy(other);
+    *this = std::move(copy);
+  }
+  return *this;
+}
+
+CFValue::~CFValue() = default;
+
+const std::string& CFValue::GetSourceText() const {
+  static const std::string kEmpty;
+  return m_sourceText ? *m_sourceText : kEmpty;
 }
 
 int CFValue::GetIndex(const char* text, const std::vector<CFValue>& list) {

@@ -7,6 +7,7 @@
 #define CFMETA_FIELD_CFVALUE_H_
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,11 @@ class CFMETA_API CFValue {
   // unconvertible value, a flag text other than true/false or an unknown partition leaves the
   // datum null (a null integer) with empty label and source text.
   CFValue(const CfExtension::CFXMLWrapper& element, CFDatum::DataType type);
+  CFValue(const CFValue& other);
+  CFValue& operator=(const CFValue& other);
+  CFValue(CFValue&& other) noexcept = default;
+  CFValue& operator=(CFValue&& other) noexcept = default;
+  ~CFValue();
 
   const CFDatum& GetValue() const { return m_value; }
   const std::string& GetLabel() const { return m_label; }
@@ -42,7 +48,7 @@ class CFMETA_API CFValue {
   int32_t GetPartition() const { return m_partition; }
   // For a real value read from XML, the attribute text exactly as written, so that the value
   // is written back in that form; empty otherwise.
-  const std::string& GetSourceText() const { return m_sourceText; }
+  const std::string& GetSourceText() const;
 
   void SetLabel(const std::string& label) { m_label = label; }
   void SetFlag(uint32_t flag) { m_flag = flag; }
@@ -64,7 +70,9 @@ class CFMETA_API CFValue {
   std::string m_label;
   uint32_t m_flag = NoFlag;
   int32_t m_partition = 0;
-  std::string m_sourceText;
+  // Held apart and only for reals: most values are not reals, and a value list is the bulk
+  // of a loaded document's memory.
+  std::unique_ptr<std::string> m_sourceText;
 };
 
 #endif  // CFMETA_FIELD_CFVALUE_H_
