@@ -1,0 +1,215 @@
+// cfmeta: profile a delimited data file into a metadata document, and inspect one.
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstring>
+#include <iostream>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "cfmeta/field/cfdatum.h"
+#include "cfmeta/format/cfformat.h"
+#include "cfmeta/metadata/cfmetadata.h"
+#include "cfmeta/xml/cfxmlwrapper.h"
+#include "tools/cfmeta/csvreader.h"
+#include "tools/cfmeta/document.h"
+#include "tools/cfmeta/profiler.h"
+#include "tools/cfmeta/progress.h"
+#include "tools/cfmeta/show.h"
+#include "tools/cfmeta/toolerror.h"
+
+namespace {
+
+using namespace cfmeta_tool;
+
+constexpr size_t kReadBytes = size_t{1} << 20;
+
+class XMLPlatform {
+ public:
+  XMLPlatform() { CfExtension::CFXMLWrapper::startup(false); }
+  ~XMLPlatform() { CfExtension::CFXMLWrapper::shutdown(false); }
+};
+
+struct ProfileArgs {
+  std::string data;
+  std::string output;
+  std::string delimiter = ",";
+  unsigned maxCategories = Profiler::kDefaultMaxCategories;
+};
+
+char DelimiterChar(const std::string& text) {
+  return text == "\\t" || text == "tab" ? '\t' : text[0];
+}
+
+void Profile(const ProfileArgs& args) {
+  bool standardInput = args.data == "-";
+  std::string name = standardInput ? "standard input" : args.data;
+  int fd = standardInput ? STDIN_FILENO : open(args.data.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) throw ToolError(fmt::format("{}: cannot read: {}", name, std::strerror(errno)));
+  struct FdCloser {
+    int fd;
+    ~FdCloser() {
+      if (fd != STDIN_FILENO) close(fd);
+    }
+  } closer{fd};
+  struct stat info;
+  if (fstat(fd, &info) == 0 && S_ISDIR(info.st_mode)) {
+    throw ToolError(fmt::format("{}: cannot read: {}", name, std::strerror(EISDIR)));
+  }
+  uint64_t total = (fstat(fd, &info) == 0 && S_ISREG(info.st_mode)) ? info.st_size : 0;
+
+  Profiler profiler(args.maxCategories);
+  CsvReader reader(name, DelimiterChar(args.delimiter), profiler);
+  Progress progress(total, isatty(STDERR_FILENO) == 1);
+  std::vector<char> buffer(kReadBytes);
+  uint64_t done = 0;
+  for (;;) {
+    ssize_t n = read(fd, buffer.data(), buffer.size());
+    if (n == 0) break;
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      throw ToolError(fmt::format("{}: cannot read: {}", name, std::strerror(errno)));
+    }
+    reader.Feed(buffer.data(), static_cast<size_t>(n));
+    done += static_cast<uint64_t>(n);
+    progress.Update(done);
+  }
+  reader.Finish();
+  progress.Finish();
+
+  std::vector<std::string> warnings;
+  std::unique_ptr<CFMetaData> metadata = profiler.Finish(warnings);
+  for (const std::string& warning : warnings) {
+    std::cerr << "cfmeta: warning: " << name << ": " << warning << '\n';
+  }
+  std::string xml;
+  if (!metadata->ExportXMLDoc(xml)) {
+    throw ToolError(fmt::format("{}: cannot write its metadata document", name));
+  }
+  WriteText(args.output, xml);
+}
+
+void Check(const std::string& path) {
+  std::unique_ptr<CFMetaData> metadata = LoadDocument(path);
+  std::cout << fmt::format("{}: a valid metadata document with {} field{}\n", path,
+                           metadata->FieldCount(), metadata->FieldCount() == 1 ? "" : "s");
+}
+
+void Export(const std::string& path) {
+  std::unique_ptr<CFMetaData> metadata = LoadDocument(path);
+  std::string xml;
+  if (!metadata->ExportXMLDoc(xml)) throw ToolError(fmt::format("{}: cannot export it", path));
+  WriteText("", xml);
+}
+
+void Format(const std::string& path, const std::string& fieldName,
+            const std::vector<std::string>& texts) {
+  std::unique_ptr<CFMetaData> metadata = LoadDocument(path);
+  const CFField* field = metadata->GetField(fieldName);
+  if (field == nullptr) throw ToolError(fmt::format("{}: no field is named '{}'", path, fieldName));
+  std::vector<CFDatum> values(texts.size());
+  for (size_t i = 0; i < texts.size(); ++i) {
+    if (!ParseValue(texts[i], field->GetStorage(), values[i])) {
+      throw ToolError(fmt::format("'{}' is not a value of field '{}', whose storage is {}",
+                                  texts[i], fieldName,
+                                  EntityText(CFField::kStorageTable, field->GetStorage())));
+    }
+  }
+  const CFFormat* format = DisplayFormat(*metadata, *field);
+  std::string out;
+  for (const CFDatum& value : values) out += Render(value, format) + '\n';
+  std::cout << out << std::flush;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App app("Profiles delimited data into a metadata document, and inspects one.", "cfmeta");
+  app.require_subcommand(1);
+  app.set_version_flag("--version", CFMETA_VERSION);
+  app.footer(
+      "Exit status: 0 done, 1 bad or unreadable input, 2 bad usage.\n"
+      "Run 'cfmeta COMMAND --help' for a command's options.");
+
+  ProfileArgs profileArgs;
+  CLI::App* profile = app.add_subcommand(
+      "profile",
+      "Reads a delimited text file with a header row in one pass and writes its metadata "
+      "document. Columns get integer, real or string storage. A numeric column with more than "
+      "--max-categories distinct values is continuous; others are nominal, or flag with exactly "
+      "two values; string columns are always nominal or flag. Empty cells are null.");
+  profile
+      ->add_option("DATA", profileArgs.data,
+                   "The data file (RFC 4180 quoting, UTF-8); - reads standard input")
+      ->required();
+  profile->add_option("-o,--output", profileArgs.output,
+                      "Where to write the document (default: standard output)");
+  profile
+      ->add_option("--delimiter", profileArgs.delimiter,
+                   "The cell delimiter: one character, or \\t (or tab) for a tab")
+      ->capture_default_str()
+      ->check(CLI::Validator(
+          [](std::string& text) {
+            if (text.size() == 1 || text == "\\t" || text == "tab") {
+              char c = DelimiterChar(text);
+              if (c != '"' && c != '\n' && c != '\r') return std::string();
+            }
+            return std::string(
+                "the delimiter must be one character other than a quote or a line end");
+          },
+          "CHAR"));
+  profile
+      ->add_option("--max-categories", profileArgs.maxCategories,
+                   "Most distinct values a column may have and still list them")
+      ->capture_default_str()
+      ->check(CLI::Range(0u, 1000000u));
+
+  std::string showPath, checkPath, exportPath, formatPath, formatField;
+  std::vector<std::string> formatValues;
+  CLI::App* show = app.add_subcommand(
+      "show",
+      "Prints a table of the document's fields, then its record counts and shared formats.");
+  show->add_option("FILE", showPath, "The metadata document")->required();
+  CLI::App* check = app.add_subcommand(
+      "check",
+      "Exits 0 when the document loads with at least one field; otherwise says why and exits 1.");
+  check->add_option("FILE", checkPath, "The metadata document")->required();
+  CLI::App* exportCmd = app.add_subcommand(
+      "export", "Loads the document and writes it again, normalised, to standard output.");
+  exportCmd->add_option("FILE", exportPath, "The metadata document")->required();
+  CLI::App* format = app.add_subcommand(
+      "format",
+      "Renders values through a field's display format, one per line. An empty value is null.");
+  format->add_option("FILE", formatPath, "The metadata document")->required();
+  format->add_option("FIELD", formatField, "The field's name")->required();
+  format->add_option("VALUE", formatValues, "Values to render")->required();
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& e) {
+    return app.exit(e) == 0 ? 0 : kExitBadUsage;
+  }
+
+  try {
+    XMLPlatform platform;
+    if (profile->parsed()) Profile(profileArgs);
+    if (show->parsed()) WriteTable(*LoadDocument(showPath), std::cout);
+    if (check->parsed()) Check(checkPath);
+    if (exportCmd->parsed()) Export(exportPath);
+    if (format->parsed()) Format(formatPath, formatField, formatValues);
+    std::cout.flush();
+    if (!std::cout) throw ToolError("standard output: cannot write");
+  } catch (const ToolError& e) {
+    std::cerr << "cfmeta: " << e.what() << '\n';
+    return e.ExitCode();
+  } catch (const std::bad_alloc&) {
+    std::cerr << "cfmeta: out of memory\n";
+    return kExitBadInput;
+  }
+  return 0;
+}

@@ -1,0 +1,276 @@
+#include "tools/cfmeta/profiler.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <unordered_set>
+
+#include "cfmeta/field/cffield.h"
+#include "cfmeta/format/cfnumberformat.h"
+#include "cfmeta/metadata/cfmetadata.h"
+#include "cfmeta/stats/cfcatstatsimp.h"
+#include "cfmeta/stats/cfcontstats.h"
+#include "cfmeta/vocab/cfvocabulary.h"
+#include "cfmeta/xml/cfxmlwrapper.h"
+#include "tools/cfmeta/document.h"
+#include "tools/cfmeta/toolerror.h"
+
+namespace cfmeta_tool {
+
+namespace {
+
+namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
+namespace XMLElements = CfCppHelperV1::XMLElements;
+using CfExtension::CFXMLWrapper;
+
+enum class Kind { Empty, Integer, Real, String };
+
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
+// Skips a leading "+" that from_chars does not take. Null when what follows is not the number's
+// start: another sign, a code with a leading zero ("007", "-01"), or nothing at all.
+const char* NumberStart(const char* text, const char* end) {
+  const char* p = text;
+  if (p < end && *p == '+') {
+    ++p;
+    if (p < end && *p == '-') return nullptr;
+  }
+  const char* digits = (p < end && *p == '-') ? p + 1 : p;
+  if (digits == end) return nullptr;
+  if (digits[0] == '0' && digits + 1 < end && IsDigit(digits[1])) return nullptr;
+  return p;
+}
+
+bool ParseInteger(const char* text, size_t length, long long& value) {
+  const char* end = text + length;
+  const char* p = NumberStart(text, end);
+  if (p == nullptr) return false;
+  std::from_chars_result result = std::from_chars(p, end, value);
+  return result.ec == std::errc() && result.ptr == end;
+}
+
+// A finite number; `decimals` is the count of digits after its decimal point.
+bool ParseReal(const char* text, size_t length, double& value, int& decimals) {
+  const char* end = text + length;
+  const char* p = NumberStart(text, end);
+  if (p == nullptr) return false;
+  std::from_chars_result result = std::from_chars(p, end, value, std::chars_format::general);
+  if (result.ec != std::errc() || result.ptr != end || !std::isfinite(value)) return false;
+  decimals = 0;
+  const char* point = static_cast<const char*>(std::memchr(p, '.', end - p));
+  if (point != nullptr) {
+    for (const char* d = point + 1; d < end && IsDigit(*d); ++d) ++decimals;
+  }
+  return true;
+}
+
+// A new field is read from an element, the one way the library builds a field with a storage.
+CFField MakeField(CFXMLWrapper& doc, const std::string& name, CFField::StorageType storage,
+                  CFField::FieldType type) {
+  std::unique_ptr<CFXMLWrapper> element(doc.createFreeElement(XMLElements::Field));
+  if (!element || element->addAttribute(XMLAttributes::Name, name.c_str()) != 0 ||
+      element->addAttribute(XMLAttributes::Storage, EntityText(CFField::kStorageTable, storage)) !=
+          0 ||
+      element->addAttribute(XMLAttributes::Measure, EntityText(CFField::kMeasureTable, type)) !=
+          0 ||
+      element->addAttribute(XMLAttributes::Role, EntityText(CFField::kRoleTable, CFField::Input)) !=
+          0) {
+    throw ToolError(fmt::format("cannot make a field for column '{}'", name));
+  }
+  CFField field(*element, false);
+  if (field.GetName().empty()) {
+    throw ToolError(fmt::format("cannot make a field for column '{}'", name));
+  }
+  return field;
+}
+
+// The categories counted by text, retyped as the column's numbers. Texts that read as one
+// number ("1" and "1.0") merge.
+template <typename Stats, typename Parse>
+std::unique_ptr<Stats> Retype(const CFCatStatsStr& texts, Parse parse) {
+  auto typed = std::make_unique<Stats>();
+  for (uint32_t i = 0; i < texts.GetNCats(); ++i) {
+    const std::string& text = texts.GetCatVal(i);
+    typed->Update(parse(text), texts.GetCatWeight(i));
+  }
+  return typed;
+}
+
+// Whether a document can carry `text`: no control characters, NUL included.
+bool Carriable(const std::string& text) {
+  return CFMetaData::ValidateXMLChars(text) && text.find('\0') == std::string::npos;
+}
+
+bool AllCarriable(const CFCatStatsStr& categories) {
+  for (uint32_t i = 0; i < categories.GetNCats(); ++i) {
+    if (!Carriable(categories.GetCatVal(i))) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+struct Profiler::Column {
+  std::string name;
+  Kind kind = Kind::Empty;
+  int decimals = 0;
+  // Counts by text while there are few enough distinct texts; null once there are more.
+  std::unique_ptr<CFCatStatsStr> categories = std::make_unique<CFCatStatsStr>();
+  // Integer statistics while every value is an integer, real ones while every value is a number.
+  std::unique_ptr<CFContStatsInt> intStats = std::make_unique<CFContStatsInt>();
+  std::unique_ptr<CFContStatsDbl> realStats = std::make_unique<CFContStatsDbl>();
+  std::string key;
+
+  void Classify(const char* text, size_t length) {
+    if (kind == Kind::Empty || kind == Kind::Integer) {
+      long long integer;
+      if (ParseInteger(text, length, integer)) {
+        kind = Kind::Integer;
+        intStats->Update(integer);
+        realStats->Update(static_cast<double>(integer));
+        return;
+      }
+    }
+    double real;
+    int places;
+    if (ParseReal(text, length, real, places)) {
+      kind = Kind::Real;
+      intStats.reset();
+      realStats->Update(real);
+      decimals = std::max(decimals, std::min(places, kMaxDecimals));
+      return;
+    }
+    kind = Kind::String;
+    intStats.reset();
+    realStats.reset();
+  }
+
+  void Count(const char* text, size_t length, unsigned maxCategories) {
+    key.assign(text, length);
+    if (categories->GetNCats() < maxCategories) {
+      categories->Update(key, 1.0);
+    } else if (!categories->UpdateIfKnown(key, 1.0)) {
+      categories.reset();
+    }
+  }
+};
+
+Profiler::Profiler(unsigned maxCategories) : m_maxCategories(maxCategories) {}
+
+Profiler::~Profiler() = default;
+
+void Profiler::Header(const std::vector<std::string>& names) {
+  std::unordered_set<std::string> seen;
+  for (size_t i = 0; i < names.size(); ++i) {
+    const std::string& name = names[i];
+    if (name.empty()) throw ToolError(fmt::format("header: column {} has no name", i + 1));
+    if (!Carriable(name)) {
+      throw ToolError(fmt::format("header: the name of column {} holds control characters", i + 1));
+    }
+    if (!seen.insert(name).second) {
+      throw ToolError(fmt::format("header: the column name '{}' appears twice", name));
+    }
+  }
+  m_columns.clear();
+  m_columns.resize(names.size());
+  for (size_t i = 0; i < names.size(); ++i) m_columns[i].name = names[i];
+}
+
+void Profiler::Cell(size_t column, const char* text, size_t length) {
+  if (text == nullptr) return;
+  Column& c = m_columns[column];
+  if (c.kind != Kind::String) c.Classify(text, length);
+  if (c.categories) c.Count(text, length, m_maxCategories);
+}
+
+void Profiler::EndRow() { ++m_rows; }
+
+std::unique_ptr<CFMetaData> Profiler::Finish(std::vector<std::string>& warnings) {
+  auto metadata = std::make_unique<CFMetaData>();
+  CFXMLWrapper doc;
+  doc.createNew(XMLElements::Fields);
+  if (doc.getElement() == nullptr) throw ToolError("cannot start a metadata document");
+
+  for (Column& column : m_columns) {
+    CFField::StorageType storage = CFField::StringStorage;
+    std::unique_ptr<CFCatStats> categories;
+    if (column.kind == Kind::Integer) {
+      storage = CFField::IntegerStorage;
+      if (column.categories) {
+        categories = Retype<CFCatStatsInt>(*column.categories, [](const std::string& text) {
+          long long value = 0;
+          ParseInteger(text.data(), text.size(), value);
+          return value;
+        });
+      }
+    } else if (column.kind == Kind::Real) {
+      storage = CFField::RealStorage;
+      if (column.categories) {
+        categories = Retype<CFCatStatsDbl>(*column.categories, [](const std::string& text) {
+          double value = 0.0;
+          int places;
+          ParseReal(text.data(), text.size(), value, places);
+          return value;
+        });
+      }
+    } else if (column.kind == Kind::String) {
+      if (!column.categories) {
+        warnings.push_back(fmt::format(
+            "column '{}': more than {} distinct values; its value list and category counts are "
+            "left out (--max-categories raises the limit)",
+            column.name, m_maxCategories));
+      } else if (!AllCarriable(*column.categories)) {
+        warnings.push_back(fmt::format(
+            "column '{}': some values hold control characters that a document cannot carry; "
+            "its value list and category counts are left out",
+            column.name));
+      } else {
+        categories = std::move(column.categories);
+      }
+    }
+
+    bool numeric = storage != CFField::StringStorage;
+    bool categorical = !numeric || (categories && categories->GetNCats() <= m_maxCategories);
+    CFField::FieldType type = CFField::Continuous;
+    if (categorical) {
+      type = (categories && categories->GetNCats() == 2) ? CFField::Flag : CFField::Nominal;
+    }
+    CFField field = MakeField(doc, column.name, storage, type);
+
+    bool stored = true;
+    if (categorical && categories && categories->GetNCats() > 0) {
+      categories->ReorderCats(true);
+      std::vector<CFValue> values;
+      values.reserve(categories->GetNCats());
+      for (uint32_t i = 0; i < categories->GetNCats(); ++i) {
+        values.emplace_back(categories->GetCatValDatum(i));
+        // Of two values the larger means true: 1 over 0, "yes" over "no", "Y" over "N".
+        if (type == CFField::Flag)
+          values.back().SetFlag(i == 0 ? CFValue::FalseFlag : CFValue::TrueFlag);
+      }
+      field.SetValues(values);
+      stored = field.GetValues().size() == values.size() && field.SetSumStats(categories.get());
+    } else if (!categorical) {
+      stored = column.kind == Kind::Integer ? field.SetSumStats(column.intStats.get())
+                                            : field.SetSumStats(column.realStats.get());
+    }
+    if (numeric) {
+      CFNumberFormat format(CFNumberFormat::Standard, -1,
+                            column.kind == Kind::Integer ? 0 : column.decimals);
+      stored = stored && field.SetPrivateFormat(&format);
+    }
+    if (!stored)
+      throw ToolError(fmt::format("cannot store what was learnt of column '{}'", column.name));
+    if (metadata->AppendField(field) < 0) {
+      throw ToolError(fmt::format("cannot add column '{}' to the document", column.name));
+    }
+  }
+  double rows = static_cast<double>(m_rows);
+  metadata->SetRecordCounts(rows, rows);
+  return metadata;
+}
+
+}  // namespace cfmeta_tool

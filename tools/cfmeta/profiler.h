@@ -1,0 +1,58 @@
+// Infers a metadata document from the rows of a delimited file in one pass.
+//
+// Every column becomes a field. Its storage is integer when every non-empty cell is a 64-bit
+// integer, real when every one is a finite number, string otherwise (an all-empty column is a
+// string column too). Numbers are written plainly: an optional sign, digits, an optional
+// decimal point and exponent; a number with a leading zero ("007") is taken for a code and
+// makes the column a string column. Empty cells are null.
+//
+// A numeric column with at most `maxCategories` distinct values is categorical: a flag when it
+// has exactly two, nominal otherwise; with more it is continuous. A string column is always
+// categorical (a flag for exactly two values), but its value list and category counts are kept
+// only while it has at most `maxCategories` distinct values. Categorical fields get their
+// sorted value list and category counts, continuous fields their continuous statistics, numeric
+// fields a free-width number format with as many decimals as the data show (at most 10).
+//
+// Memory grows with the number of columns and of distinct values kept, never with the rows.
+#ifndef TOOLS_CFMETA_PROFILER_H_
+#define TOOLS_CFMETA_PROFILER_H_
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tools/cfmeta/csvreader.h"
+
+class CFMetaData;
+
+namespace cfmeta_tool {
+
+class Profiler : public CsvSink {
+ public:
+  static constexpr unsigned kDefaultMaxCategories = 50;
+  static constexpr int kMaxDecimals = 10;
+
+  explicit Profiler(unsigned maxCategories = kDefaultMaxCategories);
+  ~Profiler() override;
+
+  // Throws ToolError for an empty column name, a duplicate one, or a name an XML document
+  // cannot carry.
+  void Header(const std::vector<std::string>& names) override;
+  void Cell(size_t column, const char* text, size_t length) override;
+  void EndRow() override;
+
+  // The metadata of everything seen. Each column whose values could not all be listed adds a
+  // line to `warnings`. Requires: Header was called.
+  std::unique_ptr<CFMetaData> Finish(std::vector<std::string>& warnings);
+
+ private:
+  struct Column;
+  unsigned m_maxCategories;
+  std::vector<Column> m_columns;
+  uint64_t m_rows = 0;
+};
+
+}  // namespace cfmeta_tool
+
+#endif  // TOOLS_CFMETA_PROFILER_H_

@@ -1,0 +1,38 @@
+// A one-line progress bar on standard error for long reads: the share done, bytes read, rate
+// and time left. It appears only when enabled (standard error is a terminal) and the work has
+// run for more than half a second, and redraws at most ten times a second.
+#ifndef TOOLS_CFMETA_PROGRESS_H_
+#define TOOLS_CFMETA_PROGRESS_H_
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+namespace cfmeta_tool {
+
+class Progress {
+ public:
+  // `total` is the size of the input in bytes, 0 when unknown (a pipe): the bar then shows
+  // bytes and rate only.
+  Progress(uint64_t total, bool enabled);
+  ~Progress();
+
+  void Update(uint64_t done);
+  // Clears the bar, if one was drawn.
+  void Finish();
+
+  // The bar's text for `done` bytes after `seconds`; exposed for tests.
+  static std::string Line(uint64_t done, uint64_t total, double seconds);
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  uint64_t m_total;
+  bool m_enabled;
+  bool m_drawn = false;
+  Clock::time_point m_start;
+  Clock::time_point m_lastDraw;
+};
+
+}  // namespace cfmeta_tool
+
+#endif  // TOOLS_CFMETA_PROGRESS_H_

@@ -1,0 +1,247 @@
+#include "tools/cfmeta/show.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <numeric>
+#include <string>
+#include <vector>
+
+#include "cfmeta/field/cffield.h"
+#include "cfmeta/format/cfnumberformat.h"
+#include "cfmeta/metadata/cfmetadata.h"
+#include "cfmeta/stats/cfcatstats.h"
+#include "cfmeta/stats/cfcontstats.h"
+#include "tools/cfmeta/document.h"
+
+namespace cfmeta_tool {
+
+namespace {
+
+constexpr size_t kMaxLabelChars = 30;
+constexpr uint32_t kTopCategories = 3;
+
+// Characters, not bytes, so that UTF-8 text lines up.
+size_t DisplayWidth(const std::string& text) {
+  size_t width = 0;
+  for (unsigned char c : text) width += (c & 0xC0) != 0x80;
+  return width;
+}
+
+// One line per cell: line ends and tabs become spaces; long text is cut with an ellipsis.
+std::string Cell(std::string text, size_t maxChars = 0) {
+  std::replace_if(
+      text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r' || c == '\t'; }, ' ');
+  if (maxChars > 0 && DisplayWidth(text) > maxChars) {
+    size_t chars = 0, cut = 0;
+    while (cut < text.size() && chars < maxChars - 1) {
+      ++cut;
+      while (cut < text.size() && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) ++cut;
+      ++chars;
+    }
+    text = text.substr(0, cut) + "\u2026";
+  }
+  return text;
+}
+
+std::string Trim(const std::string& text) {
+  size_t first = text.find_first_not_of(' ');
+  if (first == std::string::npos) return std::string();
+  return text.substr(first, text.find_last_not_of(' ') - first + 1);
+}
+
+std::string Count(double count) {
+  if (count == std::floor(count) && std::fabs(count) < 1e15) return fmt::format("{:.0f}", count);
+  return fmt::format("{:.4g}", count);
+}
+
+std::string DescribeFormat(const CFFormat& format) {
+  std::string width = format.GetWidth() < 0 ? "free" : std::to_string(format.GetWidth());
+  if (const auto* number = dynamic_cast<const CFNumberFormat*>(&format)) {
+    const char* type = "number";
+    for (const CFFormatUtils::DictEntry* row = CFNumberFormat::gFmtTypeDict; row->second; ++row) {
+      if (row->first == number->GetFormatType()) type = row->second;
+    }
+    return fmt::format("{} w={} d={}", type, width, number->GetDecimals());
+  }
+  const char* kind = "format";
+  switch (format.GetFormatClass()) {
+    case 'c':
+      kind = "decorated";
+      break;
+    case 'd':
+      kind = "date";
+      break;
+    case 't':
+      kind = "time";
+      break;
+    case 's':
+      kind = "string";
+      break;
+  }
+  return fmt::format("{} w={}", kind, width);
+}
+
+std::string FieldFormat(const CFField& field) {
+  if (const CFFormat* own = field.GetPrivateFormat()) return DescribeFormat(*own);
+  std::string reference = field.GetFormatReference();
+  return reference.empty() ? "-" : "@" + reference;
+}
+
+std::string Limit(const CFDatum& limit) {
+  std::string text;
+  if (!limit.ToString(text, 0)) return "*";
+  return text;
+}
+
+std::string Missing(const CFMissingValues& missing) {
+  std::vector<std::string> parts;
+  if (missing.IsNullMissing()) parts.push_back("null");
+  if (missing.IsWhiteSpMissing()) parts.push_back("blank");
+  const CFRange& range = missing.GetMissingRange();
+  if (!range.IsEmpty()) {
+    parts.push_back(Limit(range.GetLimits().first) + ".." + Limit(range.GetLimits().second));
+  }
+  for (const CFValue& value : missing.GetMissingValueList())
+    parts.push_back(Limit(value.GetValue()));
+  if (parts.empty()) return "none";
+  return fmt::format("{}", fmt::join(parts, ","));
+}
+
+size_t LabelCount(const CFField& field) {
+  size_t labels = field.GetValueLabels().size();
+  for (const CFValue& value : field.GetValues()) labels += !value.GetLabel().empty();
+  return labels;
+}
+
+// Mean and standard deviation are not data values: they get two more decimals than the
+// field's number format.
+std::unique_ptr<CFFormat> Finer(const CFFormat* format) {
+  const auto* number = dynamic_cast<const CFNumberFormat*>(format);
+  if (number == nullptr) return nullptr;
+  std::unique_ptr<CFNumberFormat> finer(static_cast<CFNumberFormat*>(number->Clone()));
+  finer->SetWidthDecimals(number->GetWidth(), number->GetDecimals() + 2);
+  return finer;
+}
+
+std::string ContinuousSummary(const CFContStats& stats, const CFField& field,
+                              const CFFormat* format) {
+  if (stats.GetSumFreqWeights() <= 0) return "no data";
+  std::pair<double, double> extrema = stats.GetExtrema();
+  CFDatum low(extrema.first), high(extrema.second);
+  if (const auto* integers = dynamic_cast<const CFContStatsInt*>(&stats)) {
+    low = CFDatum(integers->GetExactExtrema().first);
+    high = CFDatum(integers->GetExactExtrema().second);
+  } else if (CFField::DatumTypeOf(field.GetStorage()) == CFDatum::Integer) {
+    low = CFDatum(static_cast<long long>(extrema.first));
+    high = CFDatum(static_cast<long long>(extrema.second));
+  }
+  std::unique_ptr<CFFormat> finer = Finer(format);
+  const CFFormat* moments = finer ? finer.get() : format;
+  return fmt::format("min {}  max {}  mean {}  sd {}", Trim(Render(low, format)),
+                     Trim(Render(high, format)), Trim(Render(CFDatum(stats.GetMean()), moments, 6)),
+                     Trim(Render(CFDatum(std::sqrt(stats.GetVariance())), moments, 6)));
+}
+
+std::string CategorySummary(const CFCatStats& stats, const CFField& field, const CFFormat* format) {
+  uint32_t count = stats.GetNCats();
+  if (count == 0) return "no data";
+  std::vector<uint32_t> order(count);
+  std::iota(order.begin(), order.end(), 0u);
+  uint32_t shown = std::min(count, kTopCategories);
+  std::partial_sort(order.begin(), order.begin() + shown, order.end(), [&](uint32_t a, uint32_t b) {
+    double wa = stats.GetCatWeight(a), wb = stats.GetCatWeight(b);
+    return wa != wb ? wa > wb : a < b;
+  });
+  std::vector<std::string> parts;
+  for (uint32_t i = 0; i < shown; ++i) {
+    CFDatum value = stats.GetCatValDatum(order[i]);
+    std::string text = Trim(Render(value, format));
+    int index = CFValue::GetIndex(value, field.GetValues());
+    if (index >= 0 && !field.GetValues()[index].GetLabel().empty()) {
+      text += " \"" + field.GetValues()[index].GetLabel() + "\"";
+    }
+    parts.push_back(text + ": " + Count(stats.GetCatWeight(order[i])));
+  }
+  std::string summary = fmt::format("{}", fmt::join(parts, ", "));
+  if (count > shown) summary += fmt::format(" (+{} more)", count - shown);
+  return summary;
+}
+
+std::string Statistics(const CFMetaData& metadata, const CFField& field) {
+  const CFFormat* format = DisplayFormat(metadata, field);
+  if (const CFContStats* stats = field.GetContStats())
+    return ContinuousSummary(*stats, field, format);
+  if (const CFCatStats* stats = field.GetCatStats()) return CategorySummary(*stats, field, format);
+  return "-";
+}
+
+void WriteRows(const std::vector<std::vector<std::string>>& rows, std::ostream& out) {
+  std::vector<size_t> widths;
+  for (const auto& row : rows) {
+    widths.resize(std::max(widths.size(), row.size()));
+    for (size_t c = 0; c < row.size(); ++c) widths[c] = std::max(widths[c], DisplayWidth(row[c]));
+  }
+  for (const auto& row : rows) {
+    std::string line;
+    for (size_t c = 0; c < row.size(); ++c) {
+      line += row[c];
+      if (c + 1 < row.size()) line += std::string(widths[c] - DisplayWidth(row[c]) + 2, ' ');
+    }
+    out << line.substr(0, line.find_last_not_of(' ') + 1) << '\n';
+  }
+}
+
+}  // namespace
+
+void WriteTable(const CFMetaData& metadata, std::ostream& out) {
+  std::vector<std::vector<std::string>> rows;
+  rows.push_back({"name", "storage", "measure", "role", "label", "values", "labels", "missing",
+                  "format", "statistics"});
+  for (unsigned int i = 0; i < metadata.FieldCount(); ++i) {
+    const CFField& field = *metadata.GetField(i);
+    rows.push_back({Cell(field.GetName()), EntityText(CFField::kStorageTable, field.GetStorage()),
+                    EntityText(CFField::kMeasureTable, field.GetType()),
+                    EntityText(CFField::kRoleTable, field.GetRole()),
+                    Cell(field.GetLabel(), kMaxLabelChars),
+                    std::to_string(field.GetValues().size()), std::to_string(LabelCount(field)),
+                    Cell(Missing(field.GetMissingValues())), Cell(FieldFormat(field)),
+                    Cell(Statistics(metadata, field))});
+  }
+  out << "Fields: " << metadata.FieldCount() << "\n\n";
+  WriteRows(rows, out);
+
+  out << "\nRecords: ";
+  double records = metadata.GetRecordCount(false);
+  if (records < 0) {
+    out << "unknown\n";
+  } else {
+    out << Count(records) << " (weighted " << Count(metadata.GetRecordCount(true)) << ")\n";
+  }
+  double dropped = metadata.GetDroppedCount();
+  if (dropped >= 0) out << "Dropped: " << Count(dropped) << '\n';
+
+  out << "\nShared formats: " << metadata.SharedFormatCount() << '\n';
+  if (metadata.SharedFormatCount() == 0) return;
+  const std::pair<CFField::StorageType, const char*> slots[] = {{CFField::RealStorage, "numbers"},
+                                                                {CFField::StringStorage, "strings"},
+                                                                {CFField::DateStorage, "dates"},
+                                                                {CFField::TimeStorage, "times"}};
+  std::vector<std::vector<std::string>> formats;
+  formats.push_back({"name", "format", "default for"});
+  for (unsigned int i = 0; i < metadata.SharedFormatCount(); ++i) {
+    const CFFormat& format = *metadata.GetSharedFormat(i);
+    std::vector<std::string> defaults;
+    for (const auto& slot : slots) {
+      if (metadata.GetDefaultFormat(slot.first) == &format) defaults.push_back(slot.second);
+    }
+    formats.push_back({Cell(format.GetName()), DescribeFormat(format),
+                       defaults.empty() ? "-" : fmt::format("{}", fmt::join(defaults, ", "))});
+  }
+  out << '\n';
+  WriteRows(formats, out);
+}
+
+}  // namespace cfmeta_tool
