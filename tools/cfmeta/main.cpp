@@ -115,8 +115,8 @@ void Format(const std::string& path, const std::string& fieldName,
   std::vector<CFDatum> values(texts.size());
   for (size_t i = 0; i < texts.size(); ++i) {
     if (!ParseValue(texts[i], field->GetStorage(), values[i])) {
-      throw ToolError(fmt::format("'{}' is not a value of field '{}', whose storage is {}",
-                                  texts[i], fieldName,
+      throw ToolError(fmt::format("{}: '{}' is not a value of field '{}', whose storage is {}",
+                                  path, texts[i], fieldName,
                                   EntityText(CFField::kStorageTable, field->GetStorage())));
     }
   }

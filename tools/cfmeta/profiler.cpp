@@ -180,7 +180,7 @@ void Profiler::Header(const std::vector<std::string>& names) {
 }
 
 void Profiler::Cell(size_t column, const char* text, size_t length) {
-  if (text == nullptr) return;
+  if (text == nullptr || length == 0) return;  // empty, quoted or not, is null
   Column& c = m_columns[column];
   if (c.kind != Kind::String) c.Classify(text, length);
   if (c.categories) c.Count(text, length, m_maxCategories);

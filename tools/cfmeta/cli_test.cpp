@@ -1,0 +1,223 @@
+// Runs the built tool as a user would and checks its output and exit status.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "cfmeta/metadata/cfmetadata.h"
+#include "cfmeta/stats/cfcontstats.h"
+
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+struct Result {
+  int status = -1;
+  std::string out;
+  std::string err;
+};
+
+std::string Slurp(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+class CliTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char pattern[] = "/tmp/cfmeta-cli-XXXXXX";
+    ASSERT_NE(nullptr, mkdtemp(pattern));
+    m_dir = pattern;
+  }
+  void TearDown() override { std::filesystem::remove_all(m_dir); }
+
+  std::string Path(const std::string& name) const { return m_dir + "/" + name; }
+
+  std::string Write(const std::string& name, const std::string& text) const {
+    std::ofstream(Path(name), std::ios::binary) << text;
+    return Path(name);
+  }
+
+  // Runs the tool with `args`; standard output and error are caught in files.
+  Result Run(const std::vector<std::string>& args) const {
+    std::string out = Path("stdout"), err = Path("stderr");
+    pid_t pid = fork();
+    if (pid == 0) {
+      int o = open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+      int e = open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+      dup2(o, STDOUT_FILENO);
+      dup2(e, STDERR_FILENO);
+      std::vector<char*> argv{const_cast<char*>(CFMETA_TOOL_PATH)};
+      for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
+      argv.push_back(nullptr);
+      execv(CFMETA_TOOL_PATH, argv.data());
+      _exit(127);
+    }
+    Result result;
+    int status = 0;
+    if (pid > 0 && waitpid(pid, &status, 0) == pid && WIFEXITED(status)) {
+      result.status = WEXITSTATUS(status);
+    }
+    result.out = Slurp(out);
+    result.err = Slurp(err);
+    return result;
+  }
+
+ private:
+  std::string m_dir;
+};
+
+const char kSample[] =
+    "id,age,income,city,note\n"
+    "1,34,52000.5,Leeds,\"likes, commas\"\n"
+    "2,45,61000.25,York,\"two\nlines\"\n"
+    "3,51,50000,Leeds,\n"
+    "4,29,48000,Hull,plain\n"
+    "5,42,75500.75,York,\"a \"\"quote\"\"\"\n"
+    "6,38,58000,Leeds,x\n";
+
+TEST_F(CliTest, ProfileWritesADocumentTheOtherCommandsRead) {
+  std::string data = Write("people.csv", kSample);
+  Result profiled = Run({"profile", data, "--max-categories", "5", "-o", Path("people.xml")});
+  ASSERT_EQ(0, profiled.status) << profiled.err;
+  EXPECT_EQ("", profiled.out);
+  EXPECT_EQ("", profiled.err);  // no progress bar when standard error is not a terminal
+  std::string xml = Slurp(Path("people.xml"));
+
+  CFMetaData metadata(xml, nullptr);
+  ASSERT_EQ(5u, metadata.FieldCount());
+  EXPECT_EQ(6.0, metadata.GetRecordCount(false));
+  const CFField& age = *metadata.GetField("age");
+  EXPECT_EQ(CFField::IntegerStorage, age.GetStorage());
+  EXPECT_EQ(CFField::Continuous, age.GetType());
+  ASSERT_NE(nullptr, age.GetContStats());
+  EXPECT_EQ(6.0, age.GetContStats()->GetSumFreqWeights());
+  EXPECT_EQ(CFField::RealStorage, metadata.GetField("income")->GetStorage());
+  const CFField& city = *metadata.GetField("city");
+  EXPECT_EQ(CFField::Nominal, city.GetType());
+  EXPECT_EQ(3u, city.GetValues().size());
+  EXPECT_EQ(5u, metadata.GetField("note")->GetValues().size());  // the empty cell is null
+
+  // Without -o the same document goes to standard output.
+  Result toStdout = Run({"profile", data, "--max-categories=5"});
+  ASSERT_EQ(0, toStdout.status);
+  EXPECT_EQ(xml, toStdout.out);
+
+  Result checked = Run({"check", Path("people.xml")});
+  EXPECT_EQ(0, checked.status);
+  EXPECT_THAT(checked.out, HasSubstr("5 fields"));
+
+  Result exported = Run({"export", Path("people.xml")});
+  ASSERT_EQ(0, exported.status);
+  std::string expected;
+  ASSERT_TRUE(metadata.ExportXMLDoc(expected));
+  EXPECT_EQ(expected, exported.out);
+
+  Result shown = Run({"show", Path("people.xml")});
+  ASSERT_EQ(0, shown.status) << shown.err;
+  EXPECT_THAT(shown.out, HasSubstr("Fields: 5"));
+  EXPECT_THAT(shown.out, HasSubstr("min 48000.00  max 75500.75  mean 57416.9167"));
+  EXPECT_THAT(shown.out, HasSubstr("Leeds: 3, York: 2, Hull: 1"));
+  EXPECT_THAT(shown.out, HasSubstr("Records: 6 (weighted 6)"));
+
+  // A tab-delimited copy reads the same.
+  std::string tabbed = kSample;
+  for (char& c : tabbed) c = c == ',' ? '\t' : c;
+  tabbed.replace(tabbed.find("likes\t commas"), 13, "likes, commas");
+  Result fromTabs =
+      Run({"profile", Write("people.tsv", tabbed), "--delimiter", "\\t", "--max-categories", "5"});
+  ASSERT_EQ(0, fromTabs.status) << fromTabs.err;
+  EXPECT_EQ(xml, fromTabs.out);
+}
+
+TEST_F(CliTest, BadInputExitsOneNamingTheFile) {
+  std::string ragged = Write("ragged.csv", "a,b\n1,2\n3\n");
+  std::string empty = Write("empty.csv", "");
+  std::string malformed = Write("bad.xml", "<DataModel>\n  <Fields>\n</DataModel>\n");
+  std::string foreign = Write("foreign.xml", "<Something/>");
+  std::string survey = CFMETA_TESTDATA_DIR "/survey.xml";
+  struct Row {
+    std::vector<std::string> args;
+    std::string message;
+  } rows[] = {
+      {{"profile", ragged}, ragged + ": line 3: 1 cell, but the header has 2"},
+      {{"profile", empty}, empty + ": the file is empty"},
+      {{"profile", Path("absent.csv")}, Path("absent.csv") + ": cannot read: No such file"},
+      {{"check", malformed}, malformed + ": not well-formed XML: line 3, column"},
+      {{"check", foreign}, foreign + ": not a valid metadata document: it has no Fields element"},
+      {{"check", empty}, empty + ": the file is empty"},
+      {{"show", Path("absent.xml")}, Path("absent.xml") + ": cannot read"},
+      {{"format", survey, "Nobody", "1"}, survey + ": no field is named 'Nobody'"},
+      {{"format", survey, "Income", "12abc"},
+       survey + ": '12abc' is not a value of field 'Income'"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.args[0] + " " + row.args[1]);
+    Result result = Run(row.args);
+    EXPECT_EQ(1, result.status);
+    EXPECT_EQ("", result.out);
+    EXPECT_THAT(result.err, StartsWith("cfmeta: " + row.message));
+  }
+}
+
+TEST_F(CliTest, HeaderOnlyFileGivesFieldsAndNoRecords) {
+  Result result = Run({"profile", Write("header.csv", "a,b,c\n")});
+  ASSERT_EQ(0, result.status) << result.err;
+  CFMetaData metadata(result.out, nullptr);
+  EXPECT_EQ(3u, metadata.FieldCount());
+  EXPECT_EQ(0.0, metadata.GetRecordCount(false));
+}
+
+TEST_F(CliTest, BadUsageExitsTwoAndHelpExitsZero) {
+  std::string data = Write("d.csv", "a\n1\n");
+  const std::vector<std::string> bad[] = {
+      {},
+      {"frobnicate"},
+      {"profile"},
+      {"profile", data, "--max-categories", "-1"},
+      {"profile", data, "--max-categories", "many"},
+      {"profile", data, "--delimiter", "ab"},
+      {"profile", data, "--delimiter", "\""},
+      {"format", CFMETA_TESTDATA_DIR "/survey.xml", "Income"},
+  };
+  for (const std::vector<std::string>& args : bad) {
+    SCOPED_TRACE(::testing::PrintToString(args));
+    Result result = Run(args);
+    EXPECT_EQ(2, result.status);
+    EXPECT_NE("", result.err);
+  }
+  for (const char* command : {"profile", "show", "check", "export", "format"}) {
+    SCOPED_TRACE(command);
+    Result help = Run({command, "--help"});
+    EXPECT_EQ(0, help.status);
+    EXPECT_THAT(help.out, HasSubstr(command));
+  }
+  Result help = Run({"--help"});
+  EXPECT_EQ(0, help.status);
+  EXPECT_THAT(help.out, HasSubstr("profile"));
+}
+
+TEST_F(CliTest, FormatRendersThroughTheFieldsFormat) {
+  // Income uses the shared format Money: width 12, two decimals, grouped by commas.
+  Result result =
+      Run({"format", CFMETA_TESTDATA_DIR "/survey.xml", "Income", "1234567.891", "-5", ""});
+  ASSERT_EQ(0, result.status) << result.err;
+  EXPECT_EQ("1,234,567.89\n       -5.00\n.\n", result.out);
+
+  result = Run({"format", CFMETA_TESTDATA_DIR "/survey.xml", "Region", "North"});
+  ASSERT_EQ(0, result.status) << result.err;
+  EXPECT_EQ("North\n", result.out);
+}
+
+}  // namespace

@@ -1,0 +1,249 @@
+#include "tools/cfmeta/profiler.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cfmeta/format/cfnumberformat.h"
+#include "cfmeta/metadata/cfmetadata.h"
+#include "cfmeta/stats/cfcatstats.h"
+#include "cfmeta/stats/cfcontstats.h"
+#include "tools/cfmeta/csvreader.h"
+#include "tools/cfmeta/toolerror.h"
+
+namespace cfmeta_tool {
+namespace {
+
+using ::testing::HasSubstr;
+
+struct Profiled {
+  std::unique_ptr<CFMetaData> metadata;
+  std::vector<std::string> warnings;
+};
+
+// Profiles `text`, fed in pieces of `piece` bytes (all at once for 0).
+Profiled Profile(const std::string& text, unsigned maxCategories = 5, size_t piece = 0,
+                 char delimiter = ',') {
+  Profiler profiler(maxCategories);
+  CsvReader reader("data.csv", delimiter, profiler);
+  if (piece == 0) piece = text.size() + 1;
+  for (size_t at = 0; at < text.size(); at += piece) {
+    reader.Feed(text.data() + at, std::min(piece, text.size() - at));
+  }
+  reader.Finish();
+  Profiled result;
+  result.metadata = profiler.Finish(result.warnings);
+  return result;
+}
+
+// The message of the ToolError that profiling `text` throws; empty when none is thrown.
+std::string ErrorOf(const std::string& text) {
+  try {
+    Profile(text);
+  } catch (const ToolError& e) {
+    EXPECT_EQ(kExitBadInput, e.ExitCode());
+    return e.what();
+  }
+  return std::string();
+}
+
+std::vector<std::string> ValueTexts(const CFField& field) {
+  std::vector<std::string> texts;
+  for (const CFValue& value : field.GetValues()) {
+    std::string text;
+    value.GetValue().ToString(text, 0);
+    texts.push_back(text);
+  }
+  return texts;
+}
+
+TEST(ProfilerTest, InfersStorageAndMeasurementLevel) {
+  struct Row {
+    const char* cells;  // one column, cells separated by '|'
+    CFField::StorageType storage;
+    CFField::FieldType type;
+  } rows[] = {
+      {"1|2|3|4|5|6", CFField::IntegerStorage, CFField::Continuous},  // six values, limit 5
+      {"1|2|3|4|5|5", CFField::IntegerStorage, CFField::Nominal},
+      {"0|1|1|0", CFField::IntegerStorage, CFField::Flag},
+      {"-7|+7|7|-7", CFField::IntegerStorage, CFField::Flag},  // "+7" and "7" are one value
+      {"1|2.5|3", CFField::RealStorage, CFField::Nominal},
+      {"1e3|2E-2|.5|5.|-0", CFField::RealStorage, CFField::Nominal},
+      {"99999999999999999999|1", CFField::RealStorage, CFField::Flag},  // beyond 64 bits
+      {"007|8", CFField::StringStorage, CFField::Flag},                 // a code, not a number
+      {"1|1e400", CFField::StringStorage, CFField::Flag},               // not finite
+      {"1|inf|2", CFField::StringStorage, CFField::Nominal},
+      {"0x10|1", CFField::StringStorage, CFField::Flag},
+      {" 5|5", CFField::StringStorage, CFField::Flag},  // spaces are part of the text
+      {"a|b|c|d|e|f|g", CFField::StringStorage, CFField::Nominal},
+      {"|||", CFField::StringStorage, CFField::Nominal},  // only empty cells
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.cells);
+    std::string text = "x\n" + std::string(row.cells) + "\n";
+    for (char& c : text) c = c == '|' ? '\n' : c;
+    // Quote every cell so that empty cells survive as rows of their own.
+    std::string quoted = "x\n";
+    size_t start = 2;
+    while (start < text.size()) {
+      size_t end = text.find('\n', start);
+      std::string cell = text.substr(start, end - start);
+      quoted += cell.empty() ? "\"\"\n" : cell + "\n";
+      start = end + 1;
+    }
+    Profiled result = Profile(quoted);
+    ASSERT_EQ(1u, result.metadata->FieldCount());
+    const CFField& field = *result.metadata->GetField(0u);
+    EXPECT_EQ(row.storage, field.GetStorage());
+    EXPECT_EQ(row.type, field.GetType());
+    EXPECT_EQ(row.type == CFField::Continuous, field.GetContStats() != nullptr);
+  }
+}
+
+TEST(ProfilerTest, CategoricalFieldsCarrySortedValuesAndCounts) {
+  Profiled result = Profile("n,s,f\n3,b,no\n1,a,yes\n3,c,yes\n,b,no\n1,b,yes\n");
+  const CFMetaData& metadata = *result.metadata;
+  EXPECT_EQ(5.0, metadata.GetRecordCount(false));
+  EXPECT_EQ(5.0, metadata.GetRecordCount(true));
+
+  const CFField& n = *metadata.GetField("n");
+  EXPECT_EQ(CFField::Flag, n.GetType());
+  EXPECT_THAT(ValueTexts(n), ::testing::ElementsAre("1", "3"));
+  ASSERT_NE(nullptr, n.GetCatStats());
+  EXPECT_EQ(4.0, n.GetCatStats()->GetSumWeights());  // the empty cell is null, not counted
+
+  const CFField& s = *metadata.GetField("s");
+  EXPECT_EQ(CFField::Nominal, s.GetType());
+  EXPECT_THAT(ValueTexts(s), ::testing::ElementsAre("a", "b", "c"));
+  ASSERT_NE(nullptr, s.GetCatStats());
+  EXPECT_EQ(3.0, s.GetCatStats()->GetCatWeight(1));  // "b"
+  EXPECT_EQ(nullptr, s.GetPrivateFormat());
+
+  const CFField& f = *metadata.GetField("f");
+  ASSERT_EQ(CFField::Flag, f.GetType());
+  ASSERT_EQ(2u, f.GetValues().size());
+  EXPECT_EQ(CFValue::FalseFlag, f.GetValues()[0].GetFlag());  // "no"
+  EXPECT_EQ(CFValue::TrueFlag, f.GetValues()[1].GetFlag());   // "yes"
+
+  // What was inferred survives the document's own round trip.
+  std::string xml;
+  ASSERT_TRUE(metadata.ExportXMLDoc(xml));
+  CFMetaData reloaded(xml, nullptr);
+  ASSERT_EQ(3u, reloaded.FieldCount());
+  std::string again;
+  ASSERT_TRUE(reloaded.ExportXMLDoc(again));
+  EXPECT_EQ(xml, again);
+}
+
+TEST(ProfilerTest, ContinuousStatisticsCoverEveryValueAcrossAWidening) {
+  // Integers first, then a real: the column turns real and its statistics keep the integers.
+  Profiled result = Profile("v\n1\n2\n3\n4\n5\n6\n7.25\n", 5);
+  const CFField& v = *result.metadata->GetField(0u);
+  ASSERT_EQ(CFField::RealStorage, v.GetStorage());
+  ASSERT_EQ(CFField::Continuous, v.GetType());
+  const auto* stats = dynamic_cast<const CFContStatsDbl*>(v.GetContStats());
+  ASSERT_NE(nullptr, stats);
+  EXPECT_EQ(7.0, stats->GetSumFreqWeights());
+  EXPECT_DOUBLE_EQ(28.25 / 7, stats->GetMean());
+  EXPECT_EQ(1.0, stats->GetExtrema().first);
+  EXPECT_EQ(7.25, stats->GetExtrema().second);
+  const auto* format = dynamic_cast<const CFNumberFormat*>(v.GetPrivateFormat());
+  ASSERT_NE(nullptr, format);
+  EXPECT_EQ(2u, format->GetDecimals());
+  EXPECT_EQ(-1, format->GetWidth());
+
+  // Integers only keep exact extrema beyond a double's 53 bits.
+  result = Profile("v\n9007199254740993\n1\n2\n3\n4\n5\n", 5);
+  const auto* exact =
+      dynamic_cast<const CFContStatsInt*>(result.metadata->GetField(0u)->GetContStats());
+  ASSERT_NE(nullptr, exact);
+  EXPECT_EQ(9007199254740993LL, exact->GetExactExtrema().second);
+}
+
+TEST(ProfilerTest, StringColumnsBeyondTheLimitKeepNoValues) {
+  Profiled result = Profile("s,t\na,x\nb,x\nc,x\nd,x\ne,y\nf,x\n", 5);
+  const CFField& s = *result.metadata->GetField("s");
+  EXPECT_EQ(CFField::Nominal, s.GetType());
+  EXPECT_TRUE(s.GetValues().empty());
+  EXPECT_EQ(nullptr, s.GetCatStats());
+  ASSERT_EQ(1u, result.warnings.size());
+  EXPECT_THAT(result.warnings[0], HasSubstr("'s'"));
+  EXPECT_EQ(CFField::Flag, result.metadata->GetField("t")->GetType());
+
+  // A value a document cannot carry drops the list too, and says so.
+  result = Profile("s\na\n\"b\x01\"\n", 5);
+  EXPECT_TRUE(result.metadata->GetField(0u)->GetValues().empty());
+  ASSERT_EQ(1u, result.warnings.size());
+  EXPECT_THAT(result.warnings[0], HasSubstr("control characters"));
+}
+
+TEST(ProfilerTest, ReadsQuotingLineEndsAndPieces) {
+  const std::string text =
+      "\xEF\xBB\xBF"
+      "name,\"note, with comma\"\r\n"
+      "\"a,b\",\"two\nlines\"\r\n"
+      "\"say \"\"hi\"\"\",plain\r\n"
+      "\n"       // a blank line is skipped
+      "c,last";  // no line end at the very end
+  for (size_t piece : {size_t{0}, size_t{1}, size_t{2}, size_t{7}}) {
+    SCOPED_TRACE(piece);
+    Profiled result = Profile(text, 5, piece);
+    const CFMetaData& metadata = *result.metadata;
+    ASSERT_EQ(2u, metadata.FieldCount());
+    EXPECT_EQ("name", metadata.GetField(0u)->GetName());  // the byte-order mark is gone
+    EXPECT_EQ("note, with comma", metadata.GetField(1u)->GetName());
+    EXPECT_EQ(3.0, metadata.GetRecordCount(false));
+    EXPECT_THAT(ValueTexts(*metadata.GetField(0u)),
+                ::testing::ElementsAre("a,b", "c", "say \"hi\""));
+    EXPECT_THAT(ValueTexts(*metadata.GetField(1u)),
+                ::testing::ElementsAre("last", "plain", "two\nlines"));
+  }
+  Profiled tabbed = Profile("a\tb\n1\t2\n", 5, 0, '\t');
+  EXPECT_EQ(2u, tabbed.metadata->FieldCount());
+}
+
+TEST(ProfilerTest, BadInputNamesTheFileAndLine) {
+  struct Row {
+    const char* text;
+    const char* message;
+  } rows[] = {
+      {"a,b\n1,2\n3\n", "data.csv: line 3: 1 cell, but the header has 2"},
+      {"a,b\n1,2\n3,4,5\n", "data.csv: line 3: 3 cells, but the header has 2"},
+      {"a,b\n1,\"2\nx\",3\n", "data.csv: line 3: 3 cells, but the header has 2"},
+      {"", "data.csv: the file is empty: there is no header row"},
+      {"\xEF\xBB\xBF\n\n", "data.csv: the file is empty: there is no header row"},
+      {"a,b\n1,\"open\n", "data.csv: line 3: a quoted cell is never closed"},
+      {"a\nx\"y\n", "data.csv: line 2: malformed quoting"},
+      {"a,,b\n", "data.csv: line 1: header: column 2 has no name"},
+      {"a,b,a\n", "data.csv: line 1: header: the column name 'a' appears twice"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.text);
+    EXPECT_THAT(ErrorOf(row.text), HasSubstr(row.message));
+  }
+}
+
+TEST(ProfilerTest, ColumnsWithoutDataLoadBack) {
+  // A header alone, and columns whose cells are all empty, quoted or not.
+  for (const char* text : {"a,b\n", "a,b\n,\n\"\",\"\"\n"}) {
+    SCOPED_TRACE(text);
+    Profiled result = Profile(text);
+    ASSERT_EQ(2u, result.metadata->FieldCount());
+    for (unsigned int i = 0; i < 2; ++i) {
+      const CFField& field = *result.metadata->GetField(i);
+      EXPECT_EQ(CFField::StringStorage, field.GetStorage());
+      EXPECT_TRUE(field.GetValues().empty());
+      EXPECT_EQ(nullptr, field.GetCatStats());
+    }
+    std::string xml;
+    ASSERT_TRUE(result.metadata->ExportXMLDoc(xml));
+    EXPECT_EQ(2u, CFMetaData(xml, nullptr).FieldCount());
+  }
+}
+
+}  // namespace
+}  // namespace cfmeta_tool
