@@ -4,7 +4,7 @@ BUILD ?= build
 SAN_BUILD ?= build-asan
 JOBS ?= $(shell nproc)
 
-.PHONY: setup configure build test test-sanitize demo bench install clean
+.PHONY: setup configure build test test-sanitize demo bench bench-profile install clean
 
 setup:
 	./scripts/setup.sh
@@ -14,6 +14,10 @@ configure: setup
 
 build: configure
 	cmake --build $(BUILD) -j $(JOBS)
+
+demo: build
+	./$(BUILD)/tools/cfmeta profile testdata/customers.csv -o $(BUILD)/customers.xml
+	./$(BUILD)/tools/cfmeta show $(BUILD)/customers.xml
 
 test: build
 	cd $(BUILD) && ctest --output-on-failure --no-tests=error -j $(JOBS)
@@ -29,6 +33,9 @@ bench: setup
 	cmake -S . -B build-bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DCFMETA_BUILD_BENCH=ON \
 	  -DCFMETA_BUILD_TESTS=OFF
 	cmake --build build-bench -j $(JOBS)
+
+bench-profile:
+	./bench/profile_bench.sh
 
 clean:
 	rm -rf $(BUILD) $(SAN_BUILD) build-bench

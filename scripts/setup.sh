@@ -8,6 +8,9 @@ libgtest-dev libgmock-dev libbenchmark-dev libcsv-dev libcli11-dev libfmt-dev lo
 if [ "${CFMETA_WITH_FUZZ:-0}" = 1 ]; then
   PACKAGES="$PACKAGES clang libclang-rt-dev llvm"
 fi
+if [ "${CFMETA_WITH_BENCH:-0}" = 1 ]; then
+  PACKAGES="$PACKAGES time"
+fi
 if [ "${CFMETA_WITH_VALGRIND:-0}" = 1 ]; then
   PACKAGES="$PACKAGES valgrind"
 fi
