@@ -188,6 +188,46 @@ void Profiler::Cell(size_t column, const char* text, size_t length) {
 
 void Profiler::EndRow() { ++m_rows; }
 
+std::unique_ptr<CFCatStats> Profiler::TakeCategories(Column& column,
+                                                     std::vector<std::string>& warnings) const {
+  switch (column.kind) {
+    case Kind::Empty:
+      return nullptr;
+    case Kind::Integer:
+      if (!column.categories) return nullptr;
+      return Retype<CFCatStatsInt>(*column.categories, [](const std::string& text) {
+        long long value = 0;
+        ParseInteger(text.data(), text.size(), value);
+        return value;
+      });
+    case Kind::Real:
+      if (!column.categories) return nullptr;
+      return Retype<CFCatStatsDbl>(*column.categories, [](const std::string& text) {
+        double value = 0.0;
+        int places;
+        ParseReal(text.data(), text.size(), value, places);
+        return value;
+      });
+    case Kind::String:
+      break;
+  }
+  if (!column.categories) {
+    warnings.push_back(fmt::format(
+        "column '{}': more than {} distinct values; its value list and category counts are "
+        "left out (--max-categories raises the limit)",
+        column.name, m_maxCategories));
+    return nullptr;
+  }
+  if (!AllCarriable(*column.categories)) {
+    warnings.push_back(fmt::format(
+        "column '{}': some values hold control characters that a document cannot carry; its "
+        "value list and category counts are left out",
+        column.name));
+    return nullptr;
+  }
+  return std::move(column.categories);
+}
+
 std::unique_ptr<CFMetaData> Profiler::Finish(std::vector<std::string>& warnings) {
   auto metadata = std::make_unique<CFMetaData>();
   CFXMLWrapper doc;
@@ -195,76 +235,41 @@ std::unique_ptr<CFMetaData> Profiler::Finish(std::vector<std::string>& warnings)
   if (doc.getElement() == nullptr) throw ToolError("cannot start a metadata document");
 
   for (Column& column : m_columns) {
-    CFField::StorageType storage = CFField::StringStorage;
-    std::unique_ptr<CFCatStats> categories;
-    if (column.kind == Kind::Integer) {
-      storage = CFField::IntegerStorage;
-      if (column.categories) {
-        categories = Retype<CFCatStatsInt>(*column.categories, [](const std::string& text) {
-          long long value = 0;
-          ParseInteger(text.data(), text.size(), value);
-          return value;
-        });
-      }
-    } else if (column.kind == Kind::Real) {
-      storage = CFField::RealStorage;
-      if (column.categories) {
-        categories = Retype<CFCatStatsDbl>(*column.categories, [](const std::string& text) {
-          double value = 0.0;
-          int places;
-          ParseReal(text.data(), text.size(), value, places);
-          return value;
-        });
-      }
-    } else if (column.kind == Kind::String) {
-      if (!column.categories) {
-        warnings.push_back(fmt::format(
-            "column '{}': more than {} distinct values; its value list and category counts are "
-            "left out (--max-categories raises the limit)",
-            column.name, m_maxCategories));
-      } else if (!AllCarriable(*column.categories)) {
-        warnings.push_back(fmt::format(
-            "column '{}': some values hold control characters that a document cannot carry; "
-            "its value list and category counts are left out",
-            column.name));
-      } else {
-        categories = std::move(column.categories);
-      }
-    }
-
-    bool numeric = storage != CFField::StringStorage;
-    bool categorical = !numeric || (categories && categories->GetNCats() <= m_maxCategories);
-    CFField::FieldType type = CFField::Continuous;
-    if (categorical) {
-      type = (categories && categories->GetNCats() == 2) ? CFField::Flag : CFField::Nominal;
-    }
+    std::unique_ptr<CFCatStats> categories = TakeCategories(column, warnings);
+    bool numeric = column.kind == Kind::Integer || column.kind == Kind::Real;
+    CFField::StorageType storage = !numeric                    ? CFField::StringStorage
+                                   : column.kind == Kind::Real ? CFField::RealStorage
+                                                               : CFField::IntegerStorage;
+    uint32_t count = categories ? categories->GetNCats() : 0;
+    bool categorical = !numeric || (categories && count <= m_maxCategories);
+    CFField::FieldType type = !categorical ? CFField::Continuous
+                              : count == 2 ? CFField::Flag
+                                           : CFField::Nominal;
     CFField field = MakeField(doc, column.name, storage, type);
 
     bool stored = true;
-    if (categorical && categories && categories->GetNCats() > 0) {
+    if (categorical && count > 0) {
       categories->ReorderCats(true);
       std::vector<CFValue> values;
-      values.reserve(categories->GetNCats());
-      for (uint32_t i = 0; i < categories->GetNCats(); ++i) {
+      values.reserve(count);
+      for (uint32_t i = 0; i < count; ++i) {
         values.emplace_back(categories->GetCatValDatum(i));
         // Of two values the larger means true: 1 over 0, "yes" over "no", "Y" over "N".
-        if (type == CFField::Flag)
+        if (type == CFField::Flag) {
           values.back().SetFlag(i == 0 ? CFValue::FalseFlag : CFValue::TrueFlag);
+        }
       }
       field.SetValues(values);
-      stored = field.GetValues().size() == values.size() && field.SetSumStats(categories.get());
+      stored = field.GetValues().size() == count && field.SetSumStats(categories.get());
     } else if (!categorical) {
-      stored = column.kind == Kind::Integer ? field.SetSumStats(column.intStats.get())
-                                            : field.SetSumStats(column.realStats.get());
+      stored = column.intStats ? field.SetSumStats(column.intStats.get())
+                               : field.SetSumStats(column.realStats.get());
     }
     if (numeric) {
-      CFNumberFormat format(CFNumberFormat::Standard, -1,
-                            column.kind == Kind::Integer ? 0 : column.decimals);
+      CFNumberFormat format(CFNumberFormat::Standard, -1, column.decimals);
       stored = stored && field.SetPrivateFormat(&format);
     }
-    if (!stored)
-      throw ToolError(fmt::format("cannot store what was learnt of column '{}'", column.name));
-    if (metadata->AppendField(field) < 0) {
+    if (!stored || metadata->AppendField(field) < 0) {
       throw ToolError(fmt::format("cannot add column '{}' to the document", column.name));
     }
   }

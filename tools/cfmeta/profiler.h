@@ -24,6 +24,7 @@
 
 #include "tools/cfmeta/csvreader.h"
 
+class CFCatStats;
 class CFMetaData;
 
 namespace cfmeta_tool {
@@ -51,6 +52,11 @@ class Profiler : public CsvSink {
   unsigned m_maxCategories;
   std::vector<Column> m_columns;
   uint64_t m_rows = 0;
+
+  // The column's category counts typed as its storage; null when they are not all known or
+  // cannot be written (adding a warning for a string column).
+  std::unique_ptr<CFCatStats> TakeCategories(Column& column,
+                                             std::vector<std::string>& warnings) const;
 };
 
 }  // namespace cfmeta_tool
