@@ -164,8 +164,10 @@ int main(int argc, char** argv) {
           },
           "CHAR"));
   profile
-      ->add_option("--max-categories", profileArgs.maxCategories,
-                   "Most distinct values a column may have and still list them")
+      ->add_option(
+          "--max-categories", profileArgs.maxCategories,
+          "A numeric column with more distinct values is continuous; a string column with more "
+          "keeps no value list")
       ->capture_default_str()
       ->check(CLI::Range(0u, 1000000u));
 
