@@ -154,6 +154,8 @@ TEST_F(CliTest, BadInputExitsOneNamingTheFile) {
       {{"profile", ragged}, ragged + ": line 3: 1 cell, but the header has 2"},
       {{"profile", empty}, empty + ": the file is empty"},
       {{"profile", Path("absent.csv")}, Path("absent.csv") + ": cannot read: No such file"},
+      {{"profile", Write("ok.csv", "a\n1\n"), "-o", Path("no/such.xml")},
+       Path("no/such.xml") + ": cannot write: No such file or directory"},
       {{"check", malformed}, malformed + ": not well-formed XML: line 3, column"},
       {{"check", foreign}, foreign + ": not a valid metadata document: it has no Fields element"},
       {{"check", empty}, empty + ": the file is empty"},
