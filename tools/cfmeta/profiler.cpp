@@ -16,6 +16,7 @@
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
 #include "tools/cfmeta/document.h"
+#include "tools/cfmeta/isodate.h"
 #include "tools/cfmeta/toolerror.h"
 
 namespace cfmeta_tool {
@@ -26,7 +27,7 @@ namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
 namespace XMLElements = CfCppHelperV1::XMLElements;
 using CfExtension::CFXMLWrapper;
 
-enum class Kind { Empty, Integer, Real, String };
+enum class Kind { Empty, Integer, Real, Date, Time, Timestamp, String };
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
@@ -104,6 +105,34 @@ bool Carriable(const std::string& text) {
   return CFMetaData::ValidateXMLChars(text) && text.find('\0') == std::string::npos;
 }
 
+CFField::StorageType StorageOf(Kind kind) {
+  switch (kind) {
+    case Kind::Integer:
+      return CFField::IntegerStorage;
+    case Kind::Real:
+      return CFField::RealStorage;
+    case Kind::Date:
+      return CFField::DateStorage;
+    case Kind::Time:
+      return CFField::TimeStorage;
+    case Kind::Timestamp:
+      return CFField::TimestampStorage;
+    default:
+      return CFField::StringStorage;
+  }
+}
+
+// A free-width format that shows the values as the data wrote them; null for strings.
+std::unique_ptr<CFFormat> DisplayFormatFor(Kind kind, int decimals) {
+  switch (kind) {
+    case Kind::Integer:
+    case Kind::Real:
+      return std::make_unique<CFNumberFormat>(CFNumberFormat::Standard, -1, decimals);
+    default:
+      return nullptr;
+  }
+}
+
 bool AllCarriable(const CFCatStatsStr& categories) {
   for (uint32_t i = 0; i < categories.GetNCats(); ++i) {
     if (!Carriable(categories.GetCatVal(i))) return false;
@@ -124,8 +153,11 @@ struct Profiler::Column {
   std::unique_ptr<CFContStatsDbl> realStats = std::make_unique<CFContStatsDbl>();
   std::string key;
 
+  // Moves the column's kind along as its cells show more: an integer column may turn real,
+  // and any column string; a date, time or timestamp column keeps that kind or turns string.
   void Classify(const char* text, size_t length) {
-    if (kind == Kind::Empty || kind == Kind::Integer) {
+    bool open = kind == Kind::Empty;
+    if (open || kind == Kind::Integer) {
       long long integer;
       if (ParseInteger(text, length, integer)) {
         kind = Kind::Integer;
@@ -134,18 +166,34 @@ struct Profiler::Column {
         return;
       }
     }
-    double real;
+    double value;
     int places;
-    if (ParseReal(text, length, real, places)) {
-      kind = Kind::Real;
-      intStats.reset();
-      realStats->Update(real);
-      decimals = std::max(decimals, std::min(places, kMaxDecimals));
-      return;
+    if (open || kind == Kind::Integer || kind == Kind::Real) {
+      if (ParseReal(text, length, value, places)) {
+        Settle(Kind::Real, value, places);
+        return;
+      }
     }
-    kind = Kind::String;
+    if ((open || kind == Kind::Date) && ParseIsoDate(text, length, value)) {
+      Settle(Kind::Date, value, 0);
+    } else if ((open || kind == Kind::Time) && ParseIsoTime(text, length, value, places)) {
+      Settle(Kind::Time, value, places);
+    } else if ((open || kind == Kind::Timestamp) &&
+               ParseIsoTimestamp(text, length, value, places)) {
+      Settle(Kind::Timestamp, value, places);
+    } else {
+      kind = Kind::String;
+      intStats.reset();
+      realStats.reset();
+    }
+  }
+
+  // Counts a value of a kind held as a real.
+  void Settle(Kind to, double value, int places) {
+    kind = to;
     intStats.reset();
-    realStats.reset();
+    realStats->Update(value);
+    decimals = std::max(decimals, std::min(places, kMaxDecimals));
   }
 
   void Count(const char* text, size_t length, unsigned maxCategories) {
@@ -192,6 +240,9 @@ std::unique_ptr<CFCatStats> Profiler::TakeCategories(Column& column,
                                                      std::vector<std::string>& warnings) const {
   switch (column.kind) {
     case Kind::Empty:
+    case Kind::Date:
+    case Kind::Time:
+    case Kind::Timestamp:
       return nullptr;
     case Kind::Integer:
       if (!column.categories) return nullptr;
@@ -236,10 +287,8 @@ std::unique_ptr<CFMetaData> Profiler::Finish(std::vector<std::string>& warnings)
 
   for (Column& column : m_columns) {
     std::unique_ptr<CFCatStats> categories = TakeCategories(column, warnings);
-    bool numeric = column.kind == Kind::Integer || column.kind == Kind::Real;
-    CFField::StorageType storage = !numeric                    ? CFField::StringStorage
-                                   : column.kind == Kind::Real ? CFField::RealStorage
-                                                               : CFField::IntegerStorage;
+    CFField::StorageType storage = StorageOf(column.kind);
+    bool numeric = storage != CFField::StringStorage;
     uint32_t count = categories ? categories->GetNCats() : 0;
     bool categorical = !numeric || (categories && count <= m_maxCategories);
     CFField::FieldType type = !categorical ? CFField::Continuous
@@ -265,10 +314,8 @@ std::unique_ptr<CFMetaData> Profiler::Finish(std::vector<std::string>& warnings)
       stored = column.intStats ? field.SetSumStats(column.intStats.get())
                                : field.SetSumStats(column.realStats.get());
     }
-    if (numeric) {
-      CFNumberFormat format(CFNumberFormat::Standard, -1, column.decimals);
-      stored = stored && field.SetPrivateFormat(&format);
-    }
+    std::unique_ptr<CFFormat> format = DisplayFormatFor(column.kind, column.decimals);
+    if (format) stored = stored && field.SetPrivateFormat(format.get());
     if (!stored || metadata->AppendField(field) < 0) {
       throw ToolError(fmt::format("cannot add column '{}' to the document", column.name));
     }

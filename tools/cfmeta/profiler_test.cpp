@@ -81,6 +81,13 @@ TEST(ProfilerTest, InfersStorageAndMeasurementLevel) {
       {" 5|5", CFField::StringStorage, CFField::Flag},  // spaces are part of the text
       {"a|b|c|d|e|f|g", CFField::StringStorage, CFField::Nominal},
       {"|||", CFField::StringStorage, CFField::Nominal},  // only empty cells
+      {"2024-01-31||1999-12-31", CFField::DateStorage, CFField::Continuous},
+      {"08:30|17:45:10.5", CFField::TimeStorage, CFField::Continuous},
+      {"2024-01-31T08:30|2024-02-01 09:00:00Z", CFField::TimestampStorage, CFField::Continuous},
+      {"2024-01-31|2024-02-30", CFField::StringStorage, CFField::Flag},  // not a real day
+      {"2024-01-31|2024-01-31T08:30", CFField::StringStorage, CFField::Flag},
+      {"2024|2024-01-31", CFField::StringStorage, CFField::Flag},
+      {"08:30|5", CFField::StringStorage, CFField::Flag},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.cells);
