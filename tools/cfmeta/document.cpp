@@ -17,6 +17,7 @@
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/xml/cfxmliteratorwrapper.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
+#include "tools/cfmeta/isodate.h"
 #include "tools/cfmeta/toolerror.h"
 
 namespace cfmeta_tool {
@@ -157,9 +158,22 @@ const CFFormat* DisplayFormat(const CFMetaData& metadata, const CFField& field) 
   return metadata.GetDefaultFormat(field.GetStorage());
 }
 
-std::string Render(const CFDatum& value, const CFFormat* format, int digits) {
+CFFormat::ValueUnits UnitsOf(CFField::StorageType storage) {
+  switch (storage) {
+    case CFField::DateStorage:
+      return CFFormat::Days;
+    case CFField::TimeStorage:
+    case CFField::TimestampStorage:
+      return CFFormat::Seconds;
+    default:
+      return CFFormat::NoUnits;
+  }
+}
+
+std::string Render(const CFDatum& value, const CFFormat* format, CFFormat::ValueUnits units,
+                   int digits) {
   std::string text;
-  if (format != nullptr && format->Format(value, CFFormat::NoUnits, text) == 0) return text;
+  if (format != nullptr && format->Format(value, units, text) == 0) return text;
   if (value.IsNull()) return ".";
   if (value.GetType() == CFDatum::Real) return fmt::format("{:.{}g}", value.GetReal(), digits);
   value.ToString(text, 0);
@@ -183,8 +197,14 @@ bool ParseValue(const std::string& text, CFField::StorageType storage, CFDatum& 
     return true;
   }
   double real;
-  int kind;
-  if (!CFXMLWrapper::ParseDouble(text, real, kind) || kind != 0) return false;
+  int decimals;
+  bool iso =
+      (storage == CFField::DateStorage && ParseIsoDate(text.data(), text.size(), real)) ||
+      (storage == CFField::TimeStorage && ParseIsoTime(text.data(), text.size(), real, decimals)) ||
+      (storage == CFField::TimestampStorage &&
+       ParseIsoTimestamp(text.data(), text.size(), real, decimals));
+  int kind = 0;
+  if (!iso && (!CFXMLWrapper::ParseDouble(text, real, kind) || kind != 0)) return false;
   value = CFDatum(real);
   return true;
 }

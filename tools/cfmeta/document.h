@@ -6,9 +6,9 @@
 #include <string>
 
 #include "cfmeta/field/cffield.h"
+#include "cfmeta/format/cfformat.h"
 
 class CFDatum;
-class CFFormat;
 class CFMetaData;
 
 namespace cfmeta_tool {
@@ -32,13 +32,19 @@ std::string Diagnose(const std::string& path, const std::string& text);
 // names, else the document's default for its storage; null when there is none.
 const CFFormat* DisplayFormat(const CFMetaData& metadata, const CFField& field);
 
+// What a real value of a field of `storage` counts: days for dates, seconds for times and
+// timestamps, nothing for the rest.
+CFFormat::ValueUnits UnitsOf(CFField::StorageType storage);
+
 // `value` as display text through `format`, spaces around it kept. Without a format, or when
 // the format cannot render it, the datum's plain text ("." for null, up to `digits`
 // significant digits for reals).
-std::string Render(const CFDatum& value, const CFFormat* format, int digits = 15);
+std::string Render(const CFDatum& value, const CFFormat* format, CFFormat::ValueUnits units,
+                   int digits = 15);
 
-// The datum a command-line text stands for in a field of `storage`: an empty text is null.
-// False when the text is not a value of that storage.
+// The datum a command-line text stands for in a field of `storage`: an empty text is null;
+// a date, time or timestamp field also takes its ISO 8601 form. False when the text is not a
+// value of that storage.
 bool ParseValue(const std::string& text, CFField::StorageType storage, CFDatum& value);
 
 // The document text of `value` in one of CFField's entity tables ("integer", "nominal");

@@ -122,7 +122,8 @@ void Format(const std::string& path, const std::string& fieldName,
   }
   const CFFormat* format = DisplayFormat(*metadata, *field);
   std::string out;
-  for (const CFDatum& value : values) out += Render(value, format) + '\n';
+  CFFormat::ValueUnits units = UnitsOf(field->GetStorage());
+  for (const CFDatum& value : values) out += Render(value, format, units) + '\n';
   std::cout << out << std::flush;
 }
 

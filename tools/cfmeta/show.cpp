@@ -138,11 +138,17 @@ std::string ContinuousSummary(const CFContStats& stats, const CFField& field,
     low = CFDatum(static_cast<long long>(extrema.first));
     high = CFDatum(static_cast<long long>(extrema.second));
   }
+  CFFormat::ValueUnits units = UnitsOf(field.GetStorage());
   std::unique_ptr<CFFormat> finer = Finer(format);
   const CFFormat* moments = finer ? finer.get() : format;
-  return fmt::format("min {}  max {}  mean {}  sd {}", Trim(Render(low, format)),
-                     Trim(Render(high, format)), Trim(Render(CFDatum(stats.GetMean()), moments, 6)),
-                     Trim(Render(CFDatum(std::sqrt(stats.GetVariance())), moments, 6)));
+  double sd = std::sqrt(stats.GetVariance());
+  // A spread of dates or times is a length of time, not a date or time itself.
+  std::string spread = units == CFFormat::Days      ? fmt::format("{:.6g} days", sd)
+                       : units == CFFormat::Seconds ? fmt::format("{:.6g} s", sd)
+                                                    : Trim(Render(CFDatum(sd), moments, units, 6));
+  return fmt::format("min {}  max {}  mean {}  sd {}", Trim(Render(low, format, units)),
+                     Trim(Render(high, format, units)),
+                     Trim(Render(CFDatum(stats.GetMean()), moments, units, 6)), spread);
 }
 
 std::string CategorySummary(const CFCatStats& stats, const CFField& field, const CFFormat* format) {
@@ -158,7 +164,7 @@ std::string CategorySummary(const CFCatStats& stats, const CFField& field, const
   std::vector<std::string> parts;
   for (uint32_t i = 0; i < shown; ++i) {
     CFDatum value = stats.GetCatValDatum(order[i]);
-    std::string text = Trim(Render(value, format));
+    std::string text = Trim(Render(value, format, UnitsOf(field.GetStorage())));
     int index = CFValue::GetIndex(value, field.GetValues());
     if (index >= 0 && !field.GetValues()[index].GetLabel().empty()) {
       text += " \"" + field.GetValues()[index].GetLabel() + "\"";
