@@ -4,9 +4,33 @@
 
 #include <unicode/locid.h>
 
+#include <map>
 #include <string>
 
+#include "cfmeta/field/cfdatum.h"
+#include "cfmeta/format/cfformat.h"
+#include "cfmeta/xml/cfxml_testutil.h"
+
 namespace cfmeta_test {
+
+// The rendered text, or "<failed N>" followed by what was left in the output.
+inline std::string Render(const CFFormat& format, const CFDatum& value,
+                          CFFormat::ValueUnits units = CFFormat::NoUnits) {
+  std::string out = "stale";
+  int rc = format.Format(value, units, out);
+  return rc == 0 ? out : "<failed " + std::to_string(rc) + ">" + out;
+}
+
+// The start of an element as the serialiser writes it, attributes in name order, without
+// the closing "/>" or ">".
+inline std::string OpenTag(const std::string& name,
+                           const std::map<std::string, std::string>& attributes) {
+  std::string tag = "<" + name;
+  for (const auto& attribute : attributes) {
+    tag += " " + attribute.first + "=\"" + Escape(attribute.second) + "\"";
+  }
+  return tag;
+}
 
 // Makes `name` ICU's default locale for the life of the object, then puts the old one back.
 class ScopedDefaultLocale {

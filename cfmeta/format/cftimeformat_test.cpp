@@ -8,6 +8,7 @@
 #include <string>
 
 #include "cfmeta/field/cfdatum.h"
+#include "cfmeta/format/cfformat_testutil.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/xml/cfxml_testutil.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
@@ -16,18 +17,12 @@ namespace {
 
 using cfmeta_test::MakeElement;
 using cfmeta_test::Parse;
+using cfmeta_test::Render;
 using cfmeta_test::Serialise;
 namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
 namespace XMLElements = CfCppHelperV1::XMLElements;
 namespace XMLEntities = CfCppHelperV1::XMLEntities;
 using Sep = CFFormat::UnitsSeparator;
-
-std::string Render(const CFFormat& format, const CFDatum& value,
-                   CFFormat::ValueUnits units = CFFormat::Seconds) {
-  std::string out = "stale";
-  int rc = format.Format(value, units, out);
-  return rc == 0 ? out : "<failed " + std::to_string(rc) + ">" + out;
-}
 
 // Every field as one comparable text.
 std::string Describe(const CFTimeFormat& format) {
@@ -70,7 +65,7 @@ TEST(CFTimeFormatTest, RendersTimesOfDay) {
   for (const Row& row : rows) {
     SCOPED_TRACE(row.expected);
     CFTimeFormat format(row.type, row.width, row.decimals, row.separator, row.padded);
-    EXPECT_EQ(row.expected, Render(format, CFDatum(row.seconds)));
+    EXPECT_EQ(row.expected, Render(format, CFDatum(row.seconds), CFFormat::Seconds));
   }
 }
 
@@ -104,33 +99,34 @@ TEST(CFTimeFormatTest, DurationsDropTheirEndToFitTheWidth) {
   for (const Row& row : rows) {
     SCOPED_TRACE(std::to_string(row.width) + " " + row.expected);
     CFTimeFormat format(CFTimeFormat::D_H_M_S, row.width, row.decimals, Sep::Colon, true);
-    EXPECT_EQ(row.expected, Render(format, CFDatum(row.seconds)));
+    EXPECT_EQ(row.expected, Render(format, CFDatum(row.seconds), CFFormat::Seconds));
   }
 
   // The counts assume two-digit fields and a one-character separator; with neither the cut
   // takes what it takes, down to nothing.
   CFTimeFormat bare(CFTimeFormat::D_H_M_S, -1, 0, Sep::None, false);
-  EXPECT_EQ("1 111", Render(bare, CFDatum(oneDay)));
+  EXPECT_EQ("1 111", Render(bare, CFDatum(oneDay), CFFormat::Seconds));
   bare.SetWidthDecimals(2, 0);
-  EXPECT_EQ("1 ", Render(bare, CFDatum(oneDay)));
+  EXPECT_EQ("1 ", Render(bare, CFDatum(oneDay), CFFormat::Seconds));
   bare.SetWidthDecimals(1, 0);
-  EXPECT_EQ(" ", Render(bare, CFDatum(oneDay)));
+  EXPECT_EQ(" ", Render(bare, CFDatum(oneDay), CFFormat::Seconds));
 }
 
 TEST(CFTimeFormatTest, RefusesWhatItCannotRender) {
   const CFTimeFormat format(CFTimeFormat::H_M_S, -1, 0, Sep::Colon, true);
-  EXPECT_EQ("<failed 1>", Render(format, CFDatum(3600LL)));
-  EXPECT_EQ("<failed 1>", Render(format, CFDatum("3600", false)));
+  EXPECT_EQ("<failed 1>", Render(format, CFDatum(3600LL), CFFormat::Seconds));
+  EXPECT_EQ("<failed 1>", Render(format, CFDatum("3600", false), CFFormat::Seconds));
   EXPECT_EQ("<failed 1>", Render(format, CFDatum(3600.0), CFFormat::Days));
   EXPECT_EQ("<failed 1>", Render(format, CFDatum(3600.0), CFFormat::NoUnits));
-  EXPECT_EQ("<failed 1>", Render(format, CFDatum(std::nan(""))));
-  EXPECT_EQ("<failed 1>", Render(format, CFDatum(std::numeric_limits<double>::infinity())));
-  EXPECT_EQ("<failed 1>", Render(CFTimeFormat(), CFDatum(3600.0)));
+  EXPECT_EQ("<failed 1>", Render(format, CFDatum(std::nan("")), CFFormat::Seconds));
+  EXPECT_EQ("<failed 1>",
+            Render(format, CFDatum(std::numeric_limits<double>::infinity()), CFFormat::Seconds));
+  EXPECT_EQ("<failed 1>", Render(CFTimeFormat(), CFDatum(3600.0), CFFormat::Seconds));
   const CFTimeFormat unknown(static_cast<CFTimeFormat::FormatType>(4), -1, 0, Sep::Colon, true);
-  EXPECT_EQ("<failed 1>", Render(unknown, CFDatum(3600.0)));
+  EXPECT_EQ("<failed 1>", Render(unknown, CFDatum(3600.0), CFFormat::Seconds));
 
   // A null renders as "." whatever its type and whatever the format.
-  EXPECT_EQ(".", Render(format, CFDatum()));
+  EXPECT_EQ(".", Render(format, CFDatum(), CFFormat::Seconds));
   EXPECT_EQ(".", Render(CFTimeFormat(), CFDatum("", true), CFFormat::NoUnits));
 }
 
@@ -162,10 +158,7 @@ TEST(CFTimeFormatTest, WritesAttributesInOrderAndReadsThemBack) {
         {XMLAttributes::DecimalPlaces, std::to_string(i)},
         {XMLAttributes::FormatType, types[i % 4]},
         {XMLAttributes::PaddedHMS, i % 2 == 0 ? XMLEntities::True : XMLEntities::False}};
-    std::string expected = std::string("<") + XMLElements::TimeFormat;
-    for (const auto& attribute : attributes) {
-      expected += " " + attribute.first + "=\"" + cfmeta_test::Escape(attribute.second) + "\"";
-    }
+    std::string expected = cfmeta_test::OpenTag(XMLElements::TimeFormat, attributes);
     EXPECT_EQ(expected + "/>", Serialise(*created));
     EXPECT_EQ(Describe(format), Describe(CFTimeFormat(*created)));
   }
