@@ -278,18 +278,6 @@ TEST(CFDateFormatTest, WritesAttributesAndTimeChildAndReadsThemBack) {
 }
 
 TEST(CFDateFormatTest, DamagedElementReadsAsEmptyFormat) {
-  const std::string name = XMLAttributes::Name;
-  const std::string width = XMLAttributes::Width;
-  const std::string align = XMLAttributes::Alignment;
-  const std::string type = XMLAttributes::FormatType;
-  const std::string places = XMLAttributes::DecimalPlaces;
-  const std::string sep = XMLAttributes::Separator;
-  const std::string two = XMLAttributes::TwoDigitYear;
-  const std::string local = XMLAttributes::NamesLocal;
-  const std::string dmy = XMLEntities::D_M_Y;
-  const std::string slash = XMLEntities::Slash;
-  const std::string yes = XMLEntities::True;
-  const char* element = XMLElements::DateFormat;
   auto time = [](const char* width) {
     return MakeElement(XMLElements::TimeFormat, {{XMLAttributes::Name, "t"},
                                                  {XMLAttributes::Width, width},
@@ -298,57 +286,25 @@ TEST(CFDateFormatTest, DamagedElementReadsAsEmptyFormat) {
                                                  {XMLAttributes::Separator, XMLEntities::Colon},
                                                  {XMLAttributes::PaddedHMS, XMLEntities::True}});
   };
-  auto date = [&](std::initializer_list<std::pair<std::string, std::string>> attributes,
-                  const std::string& children = "") {
-    return MakeElement(element, attributes, children);
-  };
-  const std::string rows[] = {
-      date({{width, "9"}, {type, dmy}, {places, "0"}, {sep, slash}, {two, yes}, {local, yes}}),
-      date({{name, "d"}, {type, dmy}, {places, "0"}, {sep, slash}, {two, yes}, {local, yes}}),
-      date({{name, "d"}, {width, "9"}, {places, "0"}, {sep, slash}, {two, yes}, {local, yes}}),
-      date({{name, "d"},
-            {width, "9"},
-            {type, XMLEntities::H_M},
-            {places, "0"},
-            {sep, slash},
-            {two, yes},
-            {local, yes}}),
-      date({{name, "d"}, {width, "9"}, {type, dmy}, {sep, slash}, {two, yes}, {local, yes}}),
-      date({{name, "d"},
-            {width, "9"},
-            {type, dmy},
-            {places, "-2"},
-            {sep, slash},
-            {two, yes},
-            {local, yes}}),
-      date({{name, "d"}, {width, "9"}, {type, dmy}, {places, "0"}, {two, yes}, {local, yes}}),
-      date({{name, "d"}, {width, "9"}, {type, dmy}, {places, "0"}, {sep, slash}, {local, yes}}),
-      date({{name, "d"}, {width, "9"}, {type, dmy}, {places, "0"}, {sep, slash}, {two, yes}}),
-      date({{name, "d"},
-            {width, "9"},
-            {type, dmy},
-            {places, "0"},
-            {sep, slash},
-            {two, yes},
-            {local, "TRUE"}}),
-      date({{name, "d"},
-            {width, "9"},
-            {align, XMLEntities::Left},
-            {type, dmy},
-            {places, "0"},
-            {sep, slash},
-            {two, yes},
-            {local, yes}},
-           time("0")),
-      date({{name, "d"},
-            {width, "9"},
-            {type, dmy},
-            {places, "0"},
-            {sep, slash},
-            {two, yes},
-            {local, yes}},
-           MakeElement(XMLElements::TimeFormat, {{XMLAttributes::Name, "t"}})),
-  };
+  const cfmeta_test::AttributeList whole = {{XMLAttributes::Name, "d"},
+                                            {XMLAttributes::Width, "9"},
+                                            {XMLAttributes::FormatType, XMLEntities::D_M_Y},
+                                            {XMLAttributes::DecimalPlaces, "0"},
+                                            {XMLAttributes::Separator, XMLEntities::Slash},
+                                            {XMLAttributes::TwoDigitYear, XMLEntities::True},
+                                            {XMLAttributes::NamesLocal, XMLEntities::True}};
+  std::vector<std::string> rows =
+      cfmeta_test::DamagedElements(XMLElements::DateFormat, whole,
+                                   {{XMLAttributes::Width, "0"},
+                                    {XMLAttributes::FormatType, XMLEntities::H_M},
+                                    {XMLAttributes::DecimalPlaces, "-2"},
+                                    {XMLAttributes::Separator, ""},
+                                    {XMLAttributes::NamesLocal, "TRUE"}},
+                                   time("5"));
+  // A time part that reads as empty, whatever the reason.
+  rows.push_back(cfmeta_test::ElementOf(XMLElements::DateFormat, whole, time("0")));
+  rows.push_back(cfmeta_test::ElementOf(XMLElements::DateFormat, whole,
+                                        MakeElement(XMLElements::TimeFormat, {})));
   const std::string empty = Describe(Date());
   for (const std::string& xml : rows) {
     SCOPED_TRACE(xml);
@@ -357,16 +313,10 @@ TEST(CFDateFormatTest, DamagedElementReadsAsEmptyFormat) {
     EXPECT_EQ(empty, Describe(Date(*doc)));
   }
 
-  // The same element whole reads, with only the first TimeFormat child and none of another
-  // name.
-  auto doc = Parse(date({{name, "d"},
-                         {width, "9"},
-                         {type, dmy},
-                         {places, "0"},
-                         {sep, slash},
-                         {two, yes},
-                         {local, yes}},
-                        MakeElement(XMLElements::NumberFormat, {}) + time("5") + time("0")));
+  // The whole element reads, with only the first TimeFormat child and none of another name.
+  auto doc = Parse(
+      cfmeta_test::ElementOf(XMLElements::DateFormat, whole,
+                             MakeElement(XMLElements::NumberFormat, {}) + time("5") + time("0")));
   EXPECT_EQ("d|9|3|0|0|6|1|1|t|5|0|0|4|1", Describe(Date(*doc)));
   CfExtension::CFXMLWrapper nothing;
   EXPECT_EQ(empty, Describe(Date(nothing)));

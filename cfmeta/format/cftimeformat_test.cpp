@@ -192,43 +192,19 @@ TEST(CFTimeFormatTest, WritesAttributesInOrderAndReadsThemBack) {
 }
 
 TEST(CFTimeFormatTest, DamagedElementReadsAsEmptyFormat) {
-  const std::string name = XMLAttributes::Name;
-  const std::string width = XMLAttributes::Width;
-  const std::string align = XMLAttributes::Alignment;
-  const std::string type = XMLAttributes::FormatType;
-  const std::string places = XMLAttributes::DecimalPlaces;
-  const std::string sep = XMLAttributes::Separator;
-  const std::string padded = XMLAttributes::PaddedHMS;
-  const std::string dhms = XMLEntities::D_H_M_S;
-  const std::string colon = XMLEntities::Colon;
-  const std::string no = XMLEntities::False;
-  const char* element = XMLElements::TimeFormat;
-  const std::string rows[] = {
-      MakeElement(element, {{width, "9"}, {type, dhms}, {places, "2"}, {sep, colon}, {padded, no}}),
-      MakeElement(element, {{name, "t"}, {type, dhms}, {places, "2"}, {sep, colon}, {padded, no}}),
-      MakeElement(
-          element,
-          {{name, "t"}, {width, "0"}, {type, dhms}, {places, "2"}, {sep, colon}, {padded, no}}),
-      MakeElement(element, {{name, "t"}, {width, "9"}, {places, "2"}, {sep, colon}, {padded, no}}),
-      MakeElement(element, {{name, "t"},
-                            {width, "9"},
-                            {type, XMLEntities::D_M_Y},
-                            {places, "2"},
-                            {sep, colon},
-                            {padded, no}}),
-      MakeElement(element, {{name, "t"}, {width, "9"}, {type, dhms}, {sep, colon}, {padded, no}}),
-      MakeElement(
-          element,
-          {{name, "t"}, {width, "9"}, {type, dhms}, {places, "-1"}, {sep, colon}, {padded, no}}),
-      MakeElement(element, {{name, "t"}, {width, "9"}, {type, dhms}, {places, "2"}, {padded, no}}),
-      MakeElement(
-          element,
-          {{name, "t"}, {width, "9"}, {type, dhms}, {places, "2"}, {sep, ""}, {padded, no}}),
-      MakeElement(element, {{name, "t"}, {width, "9"}, {type, dhms}, {places, "2"}, {sep, colon}}),
-      MakeElement(
-          element,
-          {{name, "t"}, {width, "9"}, {type, dhms}, {places, "2"}, {sep, colon}, {padded, "1"}}),
-  };
+  const cfmeta_test::AttributeList whole = {{XMLAttributes::Name, "t"},
+                                            {XMLAttributes::Width, "9"},
+                                            {XMLAttributes::FormatType, XMLEntities::D_H_M_S},
+                                            {XMLAttributes::DecimalPlaces, "2"},
+                                            {XMLAttributes::Separator, XMLEntities::Colon},
+                                            {XMLAttributes::PaddedHMS, XMLEntities::False}};
+  const std::vector<std::string> rows =
+      cfmeta_test::DamagedElements(XMLElements::TimeFormat, whole,
+                                   {{XMLAttributes::Width, "0"},
+                                    {XMLAttributes::FormatType, XMLEntities::D_M_Y},
+                                    {XMLAttributes::DecimalPlaces, "-1"},
+                                    {XMLAttributes::Separator, ""},
+                                    {XMLAttributes::PaddedHMS, "1"}});
   const std::string empty = Describe(CFTimeFormat());
   for (const std::string& xml : rows) {
     SCOPED_TRACE(xml);
@@ -237,21 +213,13 @@ TEST(CFTimeFormatTest, DamagedElementReadsAsEmptyFormat) {
     EXPECT_EQ(empty, Describe(CFTimeFormat(*doc)));
   }
 
-  // The alignment read before the failure stays; a later read of the same text is whole.
-  auto doc = Parse(MakeElement(element, {{name, "t"},
-                                         {width, "9"},
-                                         {align, XMLEntities::Left},
-                                         {type, dhms},
-                                         {places, "2"},
-                                         {sep, colon}}));
+  // The alignment read before the failure stays; the whole element reads.
+  cfmeta_test::AttributeList aligned(whole.begin(), whole.end() - 1);  // no PaddedHMS
+  aligned.emplace_back(XMLAttributes::Alignment, XMLEntities::Left);
+  auto doc = Parse(cfmeta_test::ElementOf(XMLElements::TimeFormat, aligned));
   EXPECT_EQ("|0|0|1|0|0|0", Describe(CFTimeFormat(*doc)));
-  doc = Parse(MakeElement(element, {{name, "t"},
-                                    {width, "9"},
-                                    {align, XMLEntities::Left},
-                                    {type, dhms},
-                                    {places, "2"},
-                                    {sep, colon},
-                                    {padded, no}}));
+  aligned.push_back(whole.back());
+  doc = Parse(cfmeta_test::ElementOf(XMLElements::TimeFormat, aligned));
   EXPECT_EQ("t|9|0|3|2|4|0", Describe(CFTimeFormat(*doc)));
   CfExtension::CFXMLWrapper nothing;
   EXPECT_EQ(empty, Describe(CFTimeFormat(nothing)));
