@@ -6,8 +6,10 @@
 #include <utility>
 
 #include "cfmeta/field/cffieldread_internal.h"
+#include "cfmeta/format/cfdateformat.h"
 #include "cfmeta/format/cfformat.h"
 #include "cfmeta/format/cfnumberformat.h"
+#include "cfmeta/format/cftimeformat.h"
 #include "cfmeta/stats/cfcatstats.h"
 #include "cfmeta/stats/cfcatstatsimp.h"
 #include "cfmeta/stats/cfcontstats.h"
@@ -316,8 +318,8 @@ CFFormat* CFField::FormatFromDOMNode(const CFXMLWrapper& element) {
   if (name == XMLElements::NumberFormat) format.reset(new CFNumberFormat(element));
   // TODO(#11): XMLElements::DecoratedFormat and XMLElements::StringFormat build a
   // CFDecoratedFormat and a CFStringFormat.
-  // TODO(#10): XMLElements::DateFormat and XMLElements::TimeFormat build a CFDateFormat and a
-  // CFTimeFormat.
+  if (name == XMLElements::DateFormat) format.reset(new CFDateFormat(element));
+  if (name == XMLElements::TimeFormat) format.reset(new CFTimeFormat(element));
   if (!format || format->GetWidth() == 0) return nullptr;
   return format.release();
 }

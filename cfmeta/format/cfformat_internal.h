@@ -6,6 +6,12 @@
 
 #include <string>
 
+#include "cfmeta/format/cfformatutils.h"
+
+namespace CfExtension {
+class CFXMLWrapper;
+}
+
 namespace cfformat_internal {
 
 // The default locale's number symbols as UTF-8, with the grouping size of its decimal
@@ -23,6 +29,17 @@ const LocalSymbols* DefaultLocaleSymbols();
 
 // Well-formed UTF-16 to UTF-8; unpaired surrogates become U+FFFD.
 std::string ToUTF8(const icu::UnicodeString& text);
+
+// Reads the required attribute `attrName` through `table`.
+//   0  `value` is the value of the first row whose text matches.
+//   5  missing, or a text no row has; `value` is untouched.
+//   other: the wrapper's status.
+int GetRequiredEnumAttr(const CfExtension::CFXMLWrapper& elem, const char* attrName,
+                        const CFFormatUtils::DictEntry* table, unsigned int& value);
+
+// Reads the required DecimalPlaces attribute: 0 and the count, 5 when it is missing, negative
+// or not an integer (`decimals` untouched), or the wrapper's status.
+int GetDecimalPlacesAttr(const CfExtension::CFXMLWrapper& elem, unsigned int& decimals);
 
 }  // namespace cfformat_internal
 

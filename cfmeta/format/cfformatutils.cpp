@@ -144,6 +144,28 @@ const LocalSymbols* DefaultLocaleSymbols() {
   return &cache;
 }
 
+int GetRequiredEnumAttr(const CFXMLWrapper& elem, const char* attrName,
+                        const CFFormatUtils::DictEntry* table, unsigned int& value) {
+  std::string text;
+  bool found = false;
+  int rc = elem.getAttribute(attrName, text, found);
+  if (rc != 0) return rc;
+  const int index = found ? CFFormatUtils::FindStrInList(text.c_str(), table) : -1;
+  if (index < 0) return CfExtension::kXMLBadArgument;
+  value = table[index].first;
+  return 0;
+}
+
+int GetDecimalPlacesAttr(const CFXMLWrapper& elem, unsigned int& decimals) {
+  int count = 0;
+  bool found = false;
+  int rc = elem.getAttribute(XMLAttributes::DecimalPlaces, count, found);
+  if (rc != 0) return rc;
+  if (!found || count < 0) return CfExtension::kXMLBadArgument;
+  decimals = static_cast<unsigned int>(count);
+  return 0;
+}
+
 }  // namespace cfformat_internal
 
 int CFFormatUtils::FindStrInList(const char* text, const DictEntry* table) {

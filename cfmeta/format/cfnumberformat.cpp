@@ -106,25 +106,14 @@ CFNumberFormat::CFNumberFormat(const CFXMLWrapper& elem) {
 
   // 2. The type, required and known.
   if (rc == 0) {
-    std::string text;
-    bool found = false;
-    rc = elem.getAttribute(XMLAttributes::FormatType, text, found);
-    int index = rc == 0 && found ? CFFormatUtils::FindStrInList(text.c_str(), gFmtTypeDict) : -1;
-    if (index < 0) {
-      rc = CfExtension::kXMLBadArgument;
-    } else {
-      m_formatType = static_cast<FormatType>(gFmtTypeDict[index].first);
-    }
+    unsigned int type = 0;
+    rc =
+        cfformat_internal::GetRequiredEnumAttr(elem, XMLAttributes::FormatType, gFmtTypeDict, type);
+    if (rc == 0) m_formatType = static_cast<FormatType>(type);
   }
 
   // 3. The decimals, required and not negative.
-  if (rc == 0) {
-    int decimals = 0;
-    bool found = false;
-    rc = elem.getAttribute(XMLAttributes::DecimalPlaces, decimals, found);
-    if (rc == 0 && (!found || decimals < 0)) rc = CfExtension::kXMLBadArgument;
-    if (rc == 0) m_decimals = static_cast<unsigned int>(decimals);
-  }
+  if (rc == 0) rc = cfformat_internal::GetDecimalPlacesAttr(elem, m_decimals);
 
   // 4. and 5. Both symbols are required here, although the readers accept a missing one.
   if (rc == 0) {

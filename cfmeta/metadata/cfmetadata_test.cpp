@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "cfmeta/field/cfdatum.h"
 #include "cfmeta/format/cfformat.h"
 #include "cfmeta/format/cfnumberformat.h"
 #include "cfmeta/stats/cfcatstatsimp.h"
@@ -272,6 +273,92 @@ TEST(CFMetaDataTest, DefaultFormatAttributesFollowSlotOrder) {
   EXPECT_EQ(0, meta.AddSharedFormat(wider));
   ASSERT_NE(nullptr, meta.GetDefaultFormat(CFField::RealStorage));
   EXPECT_EQ(20, meta.GetDefaultFormat(CFField::RealStorage)->GetWidth());
+}
+
+std::string TimeFormat(const std::string& name) {
+  return MakeElement(XMLElements::TimeFormat, {{XMLAttributes::Name, name},
+                                               {XMLAttributes::Width, "-1"},
+                                               {XMLAttributes::FormatType, XMLEntities::H_M_S},
+                                               {XMLAttributes::DecimalPlaces, "0"},
+                                               {XMLAttributes::Separator, XMLEntities::Colon},
+                                               {XMLAttributes::PaddedHMS, XMLEntities::True}});
+}
+
+std::string DateFormat(const std::string& name, const char* separator,
+                       const std::string& time = "") {
+  return MakeElement(XMLElements::DateFormat,
+                     {{XMLAttributes::Name, name},
+                      {XMLAttributes::Width, "10"},
+                      {XMLAttributes::FormatType, XMLEntities::Y_M_D},
+                      {XMLAttributes::DecimalPlaces, "0"},
+                      {XMLAttributes::Separator, separator},
+                      {XMLAttributes::TwoDigitYear, XMLEntities::False},
+                      {XMLAttributes::NamesLocal, XMLEntities::False}},
+                     time);
+}
+
+std::string Rendered(const CFFormat* format, double value, CFFormat::ValueUnits units) {
+  if (format == nullptr) return "<no format>";
+  std::string out;
+  return format->Format(CFDatum(value), units, out) == 0 ? out : "<failed>";
+}
+
+TEST(CFMetaDataTest, DateAndTimeFormatsLoadRenderAndExport) {
+  const std::string formats =
+      DateFormat("Day", XMLEntities::Dash, TimeFormat("")) + TimeFormat("Clock");
+  const std::string fields = Fields(
+      Field("When", XMLEntities::Timestamp, XMLEntities::Continuous) +
+      MakeElement(XMLElements::Field,
+                  {{XMLAttributes::Name, "On"},
+                   {XMLAttributes::Storage, XMLEntities::Date},
+                   {XMLAttributes::Measure, XMLEntities::Continuous}},
+                  MakeElement(XMLElements::FieldFormat, {}, DateFormat("", XMLEntities::Slash))));
+  const std::string xml = Document(MakeElement(XMLElements::FieldFormats,
+                                               {{XMLAttributes::DefaultDateFormat, "Day"},
+                                                {XMLAttributes::DefaultTimeFormat, "Clock"}},
+                                               formats) +
+                                   fields);
+  CFMetaData meta(xml, nullptr);
+  ASSERT_EQ(2u, meta.FieldCount());
+  // Dates and timestamps share the date slot.
+  EXPECT_EQ("1970-01-02 12:00:00",
+            Rendered(meta.GetDefaultFormat(CFField::DateStorage), 1.5, CFFormat::Days));
+  EXPECT_EQ("1970-01-01 01:02:03",
+            Rendered(meta.GetDefaultFormat(CFField::TimestampStorage), 3723.0, CFFormat::Seconds));
+  EXPECT_EQ("01:02:03",
+            Rendered(meta.GetDefaultFormat(CFField::TimeStorage), 3723.0, CFFormat::Seconds));
+  EXPECT_EQ("2024/01/01",
+            Rendered(meta.GetField("On")->GetPrivateFormat(), 19723.0, CFFormat::Days));
+
+  std::string exported;
+  ASSERT_TRUE(meta.ExportXMLDoc(exported));
+  CFMetaData reloaded(exported, nullptr);
+  ASSERT_EQ(2u, reloaded.FieldCount());
+  std::string again;
+  ASSERT_TRUE(reloaded.ExportXMLDoc(again));
+  EXPECT_EQ(exported, again);
+
+  // A format in a slot, or on a field, whose storage it does not suit fails the load, as
+  // does an unreadable one.
+  const std::string damaged[] = {
+      Document(MakeElement(XMLElements::FieldFormats, {{XMLAttributes::DefaultTimeFormat, "Day"}},
+                           formats) +
+               fields),
+      Document(MakeElement(XMLElements::FieldFormats, {{XMLAttributes::DefaultDateFormat, "Clock"}},
+                           formats) +
+               fields),
+      Document(Fields(MakeElement(
+          XMLElements::Field,
+          {{XMLAttributes::Name, "At"},
+           {XMLAttributes::Storage, XMLEntities::Time},
+           {XMLAttributes::Measure, XMLEntities::Continuous}},
+          MakeElement(XMLElements::FieldFormat, {}, DateFormat("", XMLEntities::Slash))))),
+      Document(MakeElement(XMLElements::FieldFormats, {}, DateFormat("Day", "x")) + fields),
+  };
+  for (const std::string& text : damaged) {
+    SCOPED_TRACE(text);
+    ExpectEmpty(CFMetaData(text, nullptr));
+  }
 }
 
 TEST(CFMetaDataTest, ValidateXMLCharsAcceptsOnlyWhatXMLCarries) {
