@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "cfmeta/format/cfformat.h"
 #include "cfmeta/metadata/cfmetadata.h"
 #include "cfmeta/stats/cfcontstats.h"
 
@@ -208,6 +209,39 @@ TEST_F(CliTest, BadUsageExitsTwoAndHelpExitsZero) {
   Result help = Run({"--help"});
   EXPECT_EQ(0, help.status);
   EXPECT_THAT(help.out, HasSubstr("profile"));
+}
+
+TEST_F(CliTest, DatesTimesAndTimestampsShowAsSuch) {
+  std::string data = Write("events.csv",
+                           "day,at,stamp\n"
+                           "2024-02-29,08:15,2024-02-29T08:15:00\n"
+                           "1999-12-31,23:59:59.5,1999-12-31 23:59:59Z\n"
+                           ",,\n");
+  Result profiled = Run({"profile", data, "-o", Path("events.xml")});
+  ASSERT_EQ(0, profiled.status) << profiled.err;
+  CFMetaData metadata(Slurp(Path("events.xml")), nullptr);
+  ASSERT_EQ(3u, metadata.FieldCount());
+  const CFField::StorageType storages[] = {CFField::DateStorage, CFField::TimeStorage,
+                                           CFField::TimestampStorage};
+  const char classes[] = {'d', 't', 'd'};
+  for (unsigned int i = 0; i < 3; ++i) {
+    SCOPED_TRACE(i);
+    const CFField& field = *metadata.GetField(i);
+    EXPECT_EQ(storages[i], field.GetStorage());
+    EXPECT_EQ(CFField::Continuous, field.GetType());
+    ASSERT_NE(nullptr, field.GetPrivateFormat());
+    EXPECT_EQ(classes[i], field.GetPrivateFormat()->GetFormatClass());
+  }
+
+  Result shown = Run({"show", Path("events.xml")});
+  ASSERT_EQ(0, shown.status) << shown.err;
+  EXPECT_THAT(shown.out, HasSubstr("min 1999-12-31  max 2024-02-29"));
+  EXPECT_THAT(shown.out, HasSubstr("min 08:15:00.0  max 23:59:59.5"));
+  EXPECT_THAT(shown.out, HasSubstr("min 1999-12-31 23:59:59  max 2024-02-29 08:15:00"));
+
+  Result formatted = Run({"format", Path("events.xml"), "day", "2000-03-01", "0"});
+  ASSERT_EQ(0, formatted.status) << formatted.err;
+  EXPECT_EQ("2000-03-01\n1970-01-01\n", formatted.out);
 }
 
 TEST_F(CliTest, FormatRendersThroughTheFieldsFormat) {

@@ -9,7 +9,9 @@
 #include <unordered_set>
 
 #include "cfmeta/field/cffield.h"
+#include "cfmeta/format/cfdateformat.h"
 #include "cfmeta/format/cfnumberformat.h"
+#include "cfmeta/format/cftimeformat.h"
 #include "cfmeta/metadata/cfmetadata.h"
 #include "cfmeta/stats/cfcatstatsimp.h"
 #include "cfmeta/stats/cfcontstats.h"
@@ -122,12 +124,29 @@ CFField::StorageType StorageOf(Kind kind) {
   }
 }
 
-// A free-width format that shows the values as the data wrote them; null for strings.
+// A format that shows the values as the data wrote them: numbers at free width with their
+// decimals, dates, times and timestamps in ISO 8601 form; null for strings.
 std::unique_ptr<CFFormat> DisplayFormatFor(Kind kind, int decimals) {
+  using Separator = CFFormat::UnitsSeparator;
+  // HH:MM:SS, then a point and the decimals.
+  const int timeWidth = 8 + (decimals > 0 ? decimals + 1 : 0);
   switch (kind) {
     case Kind::Integer:
     case Kind::Real:
       return std::make_unique<CFNumberFormat>(CFNumberFormat::Standard, -1, decimals);
+    case Kind::Date:
+      return std::make_unique<CFDateFormat>(CFDateFormat::Y_M_D, 10, 0, Separator::Dash, false,
+                                            false);
+    case Kind::Time:
+      return std::make_unique<CFTimeFormat>(CFTimeFormat::H_M_S, timeWidth, decimals,
+                                            Separator::Colon, true);
+    case Kind::Timestamp: {
+      auto format =
+          std::make_unique<CFDateFormat>(CFDateFormat::Y_M_D, 10, 0, Separator::Dash, false, false);
+      CFTimeFormat time(CFTimeFormat::H_M_S, timeWidth, decimals, Separator::Colon, true);
+      format->SetTimeFormat(&time);
+      return format;
+    }
     default:
       return nullptr;
   }

@@ -10,7 +10,9 @@
 #include <vector>
 
 #include "cfmeta/field/cffield.h"
+#include "cfmeta/format/cfdateformat.h"
 #include "cfmeta/format/cfnumberformat.h"
+#include "cfmeta/format/cftimeformat.h"
 #include "cfmeta/metadata/cfmetadata.h"
 #include "cfmeta/stats/cfcatstats.h"
 #include "cfmeta/stats/cfcontstats.h"
@@ -57,25 +59,37 @@ std::string Count(double count) {
   return fmt::format("{:.4g}", count);
 }
 
+// The name a type carries in its class's dictionary, or `fallback`.
+const char* TypeText(const CFFormatUtils::DictEntry* dict, unsigned int type,
+                     const char* fallback) {
+  for (const CFFormatUtils::DictEntry* row = dict; row->second; ++row) {
+    if (row->first == type) return row->second;
+  }
+  return fallback;
+}
+
 std::string DescribeFormat(const CFFormat& format) {
   std::string width = format.GetWidth() < 0 ? "free" : std::to_string(format.GetWidth());
   if (const auto* number = dynamic_cast<const CFNumberFormat*>(&format)) {
-    const char* type = "number";
-    for (const CFFormatUtils::DictEntry* row = CFNumberFormat::gFmtTypeDict; row->second; ++row) {
-      if (row->first == number->GetFormatType()) type = row->second;
-    }
-    return fmt::format("{} w={} d={}", type, width, number->GetDecimals());
+    return fmt::format("{} w={} d={}",
+                       TypeText(CFNumberFormat::gFmtTypeDict, number->GetFormatType(), "number"),
+                       width, number->GetDecimals());
+  }
+  if (const auto* time = dynamic_cast<const CFTimeFormat*>(&format)) {
+    return fmt::format("time {} w={} d={}",
+                       TypeText(CFTimeFormat::gFmtTypeDict, time->GetFormatType(), "?"), width,
+                       time->GetDecimals());
+  }
+  if (const auto* date = dynamic_cast<const CFDateFormat*>(&format)) {
+    std::string text = fmt::format(
+        "date {} w={}", TypeText(CFDateFormat::gFmtTypeDict, date->GetFormatType(), "?"), width);
+    if (const CFTimeFormat* time = date->GetTimeFormat()) text += " + " + DescribeFormat(*time);
+    return text;
   }
   const char* kind = "format";
   switch (format.GetFormatClass()) {
     case 'c':
       kind = "decorated";
-      break;
-    case 'd':
-      kind = "date";
-      break;
-    case 't':
-      kind = "time";
       break;
     case 's':
       kind = "string";
