@@ -15,6 +15,7 @@
 #include "cfmeta/stats/cfcatstats.h"
 #include "cfmeta/stats/cfcatstatsimp.h"
 #include "cfmeta/stats/cfcontstats.h"
+#include "cfmeta/stats/cfmoments.h"
 #include "cfmeta/summaries/cfdatasetsummaries.h"
 #include "cfmeta/summaries/cfdistributionsummary.h"
 #include "cfmeta/summaries/cffieldsummaries.h"
