@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "cfmeta/format/cfformat.h"
+#include "cfmeta/summaries/cfdatasetsummaries.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/xml/cfxmliteratorwrapper.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
@@ -148,6 +149,7 @@ class CFMetaData::Impl {
   double droppedCount = -1.0;
   double badWeightCount = -1.0;
   double weightedDroppedCount = -1.0;
+  std::unique_ptr<CFDatasetSummaries> summaries;
 };
 
 CFMetaData::Impl::Impl(const Impl& other)
@@ -158,7 +160,8 @@ CFMetaData::Impl::Impl(const Impl& other)
       weightedCount(other.weightedCount),
       droppedCount(other.droppedCount),
       badWeightCount(other.badWeightCount),
-      weightedDroppedCount(other.weightedDroppedCount) {
+      weightedDroppedCount(other.weightedDroppedCount),
+      summaries(other.summaries ? new CFDatasetSummaries(*other.summaries) : nullptr) {
   fields.reserve(other.fields.size());
   for (const auto& field : other.fields) fields.emplace_back(new CFField(*field));
   formats.reserve(other.formats.size());
@@ -289,7 +292,12 @@ int CFMetaData::Impl::Load(const std::string& xml) {
   if (fieldsElement == nullptr) return kFailed;
   int rc = ReadFields(*fieldsElement);
   if (rc != 0) return rc;
-  // 5. Dataset summaries: TODO(#13).
+  // 5. Dataset summaries, optional.
+  if (const CFXMLWrapper* summariesElement = FirstChild(doc, XMLElements::DatasetSummaries)) {
+    std::unique_ptr<CFDatasetSummaries> read(new CFDatasetSummaries(*summariesElement));
+    if (!read->parseSuccess()) return kFailed;
+    summaries = std::move(read);
+  }
   return 0;
 }
 
@@ -344,7 +352,11 @@ int CFMetaData::Impl::Export(std::string& out) const {
     field->AddToTree(*fieldsElement, created, false);
     if (created == nullptr) return kFailed;
   }
-  // Dataset summaries: TODO(#13).
+  if (summaries != nullptr) {
+    CFXMLWrapper* created = nullptr;
+    summaries->AddToTree(doc, created);
+    if (created == nullptr) return kFailed;
+  }
 
   std::string text;
   rc = doc.doc2string(text);
@@ -447,6 +459,27 @@ void CFMetaData::SetDroppedCount(double dropped) { m_impl->SetDroppedCount(dropp
 void CFMetaData::SetDroppedDetails(double badWeightCount, double weightedDroppedCount) {
   m_impl->SetDroppedDetails(badWeightCount, weightedDroppedCount);
 }
+
+const CFDatasetSummaries* CFMetaData::getDatasetSummaries() const {
+  return m_impl->summaries.get();
+}
+
+bool CFMetaData::setDatasetSummaries(const std::string& xml) {
+  if (xml.empty()) return false;
+  CFXMLWrapper doc;
+  doc.loadFromContents(xml.c_str());
+  std::unique_ptr<CFDatasetSummaries> read(new CFDatasetSummaries(doc));
+  if (!read->parseSuccess()) return false;
+  m_impl->summaries = std::move(read);
+  return true;
+}
+
+void CFMetaData::setDatasetSummaries(CFDatasetSummaries* summaries) {
+  // Handing back the object already held must not destroy it.
+  if (summaries != m_impl->summaries.get()) m_impl->summaries.reset(summaries);
+}
+
+void CFMetaData::releaseDatasetSummaries() { m_impl->summaries.reset(); }
 
 bool CFMetaData::ExportXMLDoc(std::string& out) const { return m_impl->Export(out) == 0; }
 

@@ -1,9 +1,9 @@
 // A dataset's metadata document: the ordered fields, the shared display formats with one
-// default per kind of storage, the record counts, and their XML form.
+// default per kind of storage, the record counts, the dataset summaries, and their XML form.
 //
 // Loading never throws: a text that is not a valid document gives empty metadata (no fields,
-// no formats, counts -1.0), which callers detect by FieldCount() being 0. Counts are doubles;
-// -1.0 means unknown. Pointers handed out belong to the metadata and stay valid until the
+// no formats, counts -1.0, no summaries), which callers detect by FieldCount() being 0. Counts are
+// doubles; -1.0 means unknown. Pointers handed out belong to the metadata and stay valid until the
 // object they point to is replaced or removed, or the metadata is destroyed.
 #ifndef CFMETA_METADATA_CFMETADATA_H_
 #define CFMETA_METADATA_CFMETADATA_H_
@@ -16,6 +16,7 @@
 
 class CFCatStats;
 class CFContStats;
+class CFDatasetSummaries;
 class CFFormat;
 
 // Folds a field name into the key under which it is looked up (for example, upper-cases it).
@@ -85,10 +86,24 @@ class CFMETA_API CFMetaData {
   // The bad-weight count is stored only when whole; the weighted dropped count always.
   void SetDroppedDetails(double badWeightCount, double weightedDroppedCount);
 
+  // --- Dataset summaries ---
+
+  // Null when there are none.
+  const CFDatasetSummaries* getDatasetSummaries() const;
+  // Reads `xml` as a whole document whose root element is the summaries (normally
+  // XMLElements::DatasetSummaries) and, when it reads successfully, replaces the summaries held
+  // so far. False, keeping the old summaries, for an empty text or one that does not parse
+  // or read.
+  bool setDatasetSummaries(const std::string& xml);
+  // Replaces the summaries with `summaries`, taking ownership; null leaves none.
+  void setDatasetSummaries(CFDatasetSummaries* summaries);
+  // Destroys the summaries and leaves none.
+  void releaseDatasetSummaries();
+
   // --- XML ---
 
   // Writes the whole document into `out`. False, leaving `out` unchanged, when there are no
-  // fields or a field cannot be written.
+  // fields or a field or the summaries cannot be written.
   bool ExportXMLDoc(std::string& out) const;
   // False when `text` holds a control byte (1 to 31 other than tab, line feed and carriage
   // return) that an XML document cannot carry.

@@ -12,6 +12,10 @@
 #include "cfmeta/format/cfnumberformat.h"
 #include "cfmeta/stats/cfcatstatsimp.h"
 #include "cfmeta/stats/cfcontstats.h"
+#include "cfmeta/summaries/cfdatasetsummaries.h"
+#include "cfmeta/summaries/cfdistributionsummary.h"
+#include "cfmeta/summaries/cffieldsummaries.h"
+#include "cfmeta/summaries/cfstatisticsext.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/xml/cfxml_testutil.h"
 #include "cfmeta/xml/cfxmliteratorwrapper.h"
@@ -417,7 +421,7 @@ TEST(CFMetaDataTest, SumStatsSurviveExportAndLoad) {
 }
 
 TEST(CFMetaDataTest, SampleDocumentsRoundTrip) {
-  for (const char* name : {"survey.xml", "retail.xml"}) {
+  for (const char* name : {"survey.xml", "retail.xml", "households.xml"}) {
     SCOPED_TRACE(name);
     std::string text = ReadFile(name);
     ASSERT_FALSE(text.empty());
@@ -457,10 +461,117 @@ TEST(CFMetaDataTest, SampleDocumentsRoundTrip) {
     EXPECT_EQ(first.GetRecordCount(false), second.GetRecordCount(false));
     EXPECT_EQ(first.GetRecordCount(true), second.GetRecordCount(true));
     EXPECT_EQ(first.GetDroppedCount(), second.GetDroppedCount());
+    EXPECT_EQ(first.getDatasetSummaries() == nullptr, second.getDatasetSummaries() == nullptr);
     std::string again;
     ASSERT_TRUE(second.ExportXMLDoc(again));
     EXPECT_EQ(exported, again);
   }
+}
+
+std::string SummariesOf(const std::string& fieldName, const std::string& current = "") {
+  return MakeElement(
+      XMLElements::DatasetSummaries, {},
+      MakeElement(XMLElements::FieldSummaries, {},
+                  MakeElement(XMLElements::FieldSummary, {{XMLAttributes::FieldName, fieldName}},
+                              MakeElement(XMLElements::ContinuousStatisticsExt,
+                                          {{XMLAttributes::Mean, "2"}}))) +
+          (current.empty()
+               ? ""
+               : MakeElement(XMLElements::OverallSummaries, {{XMLAttributes::current, current}})));
+}
+
+std::string FieldNameOfFirstSummary(const CFMetaData& meta) {
+  const CFDatasetSummaries* summaries = meta.getDatasetSummaries();
+  if (summaries == nullptr || summaries->getFieldSummaries() == nullptr) return "(none)";
+  return summaries->getFieldSummaries()->getFieldSummary(0)->getFieldName();
+}
+
+TEST(CFMetaDataTest, SummariesLoadExportAndCopy) {
+  CFMetaData loaded(ReadFile("households.xml"), nullptr);
+  ASSERT_EQ(4u, loaded.FieldCount());
+  const CFDatasetSummaries* summaries = loaded.getDatasetSummaries();
+  ASSERT_NE(nullptr, summaries);
+  ASSERT_NE(nullptr, summaries->getOverallSummaries());
+  EXPECT_FALSE(summaries->getOverallSummaries()->getIncludeUMissing());
+  const CFFieldSummaries* fields = summaries->getFieldSummaries();
+  ASSERT_NE(nullptr, fields);
+  ASSERT_EQ(3u, fields->getFieldSummaryCount());
+  ASSERT_NE(nullptr, fields->getFieldSummary(0)->getConStatistics());
+  EXPECT_EQ(9.75, fields->getFieldSummary(0)->getConStatistics()->getKurtosis());
+  ASSERT_NE(nullptr, fields->getFieldSummary(1)->getDisStatistics());
+  EXPECT_EQ("OWN", fields->getFieldSummary(1)->getDisStatistics()->getMode());
+  EXPECT_EQ(XMLEntities::True, fields->getFieldSummary(2)
+                                   ->getDisStatistics()
+                                   ->getDistributionSummary()
+                                   ->getMaxCatsExceeded());
+
+  std::string exported;
+  ASSERT_TRUE(loaded.ExportXMLDoc(exported));
+  const std::string summariesTag = std::string("<") + XMLElements::DatasetSummaries + ">";
+  const std::string fieldsEnd = std::string("</") + XMLElements::Fields + ">";
+  EXPECT_LT(exported.find(fieldsEnd), exported.find(summariesTag));
+
+  // Copies own their summaries.
+  CFMetaData copy(loaded);
+  CFMetaData assigned;
+  assigned = loaded;
+  loaded.releaseDatasetSummaries();
+  EXPECT_EQ(nullptr, loaded.getDatasetSummaries());
+  std::string without;
+  ASSERT_TRUE(loaded.ExportXMLDoc(without));
+  EXPECT_EQ(std::string::npos, without.find(summariesTag));
+  for (const CFMetaData* other : {&copy, &assigned}) {
+    std::string again;
+    ASSERT_TRUE(other->ExportXMLDoc(again));
+    EXPECT_EQ(exported, again);
+  }
+}
+
+TEST(CFMetaDataTest, DamagedSummariesFailTheLoadAndTheExport) {
+  const std::string fields = Fields(Field("age"));
+  EXPECT_EQ(1u, CFMetaData(Document(fields + SummariesOf("age")), nullptr).FieldCount());
+  const std::string damaged[] = {
+      SummariesOf(""),
+      SummariesOf("age", "TRUE"),
+  };
+  for (const std::string& summaries : damaged) {
+    SCOPED_TRACE(summaries);
+    CFMetaData meta(Document(fields + summaries), nullptr);
+    ExpectEmpty(meta);
+    EXPECT_EQ(nullptr, meta.getDatasetSummaries());
+  }
+
+  // A field summary read without a statistics block cannot be written: nor can the document.
+  CFMetaData meta(Document(fields), nullptr);
+  ASSERT_TRUE(meta.setDatasetSummaries(MakeElement(
+      XMLElements::DatasetSummaries, {},
+      MakeElement(XMLElements::FieldSummaries, {},
+                  MakeElement(XMLElements::FieldSummary, {{XMLAttributes::FieldName, "age"}})))));
+  std::string out = "unchanged";
+  EXPECT_FALSE(meta.ExportXMLDoc(out));
+  EXPECT_EQ("unchanged", out);
+}
+
+TEST(CFMetaDataTest, SetDatasetSummariesKeepsTheOldOnFailure) {
+  CFMetaData meta(Document(Fields(Field("age"))), nullptr);
+  ASSERT_TRUE(meta.setDatasetSummaries(SummariesOf("age")));
+  const CFDatasetSummaries* held = meta.getDatasetSummaries();
+  const std::string rows[] = {
+      "",
+      "<" + std::string(XMLElements::DatasetSummaries),
+      SummariesOf("age", "yes"),
+      SummariesOf(""),
+  };
+  for (const std::string& text : rows) {
+    SCOPED_TRACE(text);
+    EXPECT_FALSE(meta.setDatasetSummaries(text));
+    EXPECT_EQ(held, meta.getDatasetSummaries());
+    EXPECT_EQ("age", FieldNameOfFirstSummary(meta));
+  }
+  EXPECT_TRUE(meta.setDatasetSummaries(SummariesOf("income", XMLEntities::False)));
+  EXPECT_EQ("income", FieldNameOfFirstSummary(meta));
+  meta.setDatasetSummaries(static_cast<CFDatasetSummaries*>(nullptr));
+  EXPECT_EQ(nullptr, meta.getDatasetSummaries());
 }
 
 }  // namespace

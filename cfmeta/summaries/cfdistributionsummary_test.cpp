@@ -1,0 +1,250 @@
+#include "cfmeta/summaries/cfdistributionsummary.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "cfmeta/summaries/cfstatisticsext.h"
+#include "cfmeta/summaries/cfsummaries_testutil.h"
+#include "cfmeta/vocab/cfvocabulary.h"
+
+namespace {
+
+using cfmeta_test::Canonical;
+using cfmeta_test::kNothing;
+using cfmeta_test::MakeElement;
+using cfmeta_test::ReadAs;
+using cfmeta_test::RoundTrip;
+using cfmeta_test::Written;
+namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
+namespace XMLElements = CfCppHelperV1::XMLElements;
+namespace XMLEntities = CfCppHelperV1::XMLEntities;
+
+std::string Category(const std::string& value, const std::string& count) {
+  return MakeElement(XMLElements::Category,
+                     {{XMLAttributes::Value, value}, {XMLAttributes::Count, count}});
+}
+
+std::string Cluster(const std::string& count) {
+  return MakeElement(XMLElements::Cluster,
+                     {{XMLAttributes::Count, count}, {XMLAttributes::Mean, "2.5"}});
+}
+
+std::string Distribution(const std::string& children) {
+  return MakeElement(XMLElements::DistributionSummary, {}, children);
+}
+
+template <typename T>
+void ExpectAllFail(const std::string* rows, size_t count) {
+  for (size_t i = 0; i < count; ++i) {
+    SCOPED_TRACE(rows[i]);
+    EXPECT_FALSE(ReadAs<T>(rows[i])->parseSuccess());
+  }
+}
+
+TEST(CFDistributionSummaryTest, DamagedPartsDoNotParse) {
+  const std::string categories[] = {
+      MakeElement(XMLElements::Category, {{XMLAttributes::Count, "3"}}),
+      MakeElement(XMLElements::Category, {{XMLAttributes::Value, "a"}}),
+      MakeElement(XMLElements::Category,
+                  {{XMLAttributes::Value, "a"}, {XMLAttributes::Count, "x"}}),
+      MakeElement(XMLElements::Category, {{XMLAttributes::Value, "a"},
+                                          {XMLAttributes::Count, "3"},
+                                          {XMLAttributes::percentage, "NaN"}}),
+      MakeElement(XMLElements::Category, {{XMLAttributes::Value, "a"},
+                                          {XMLAttributes::Count, "3"},
+                                          {XMLAttributes::cumPercentage, "INF"}}),
+  };
+  ExpectAllFail<CFCategory>(categories, std::size(categories));
+  const std::string clusters[] = {
+      Cluster("-1"),
+      MakeElement(XMLElements::Cluster, {{XMLAttributes::Count, "4"}}),
+      MakeElement(XMLElements::Cluster, {{XMLAttributes::Count, "4"},
+                                         {XMLAttributes::Mean, "1"},
+                                         {XMLAttributes::Variance, "-INF"}}),
+  };
+  ExpectAllFail<CFCluster>(clusters, std::size(clusters));
+  const std::string percentiles[] = {
+      MakeElement(XMLElements::Percentile, {{XMLAttributes::rank, "50"}}),
+      MakeElement(XMLElements::Percentile, {{XMLAttributes::score, "3"}}),
+      MakeElement(XMLElements::Percentile, {{XMLAttributes::rank, "50"},
+                                            {XMLAttributes::score, "3"},
+                                            {XMLAttributes::lower, "low"}}),
+  };
+  ExpectAllFail<CFPercentile>(percentiles, std::size(percentiles));
+  const std::string lists[] = {
+      MakeElement(XMLElements::Percentiles, {},
+                  MakeElement(XMLElements::Percentile, {{XMLAttributes::rank, "50"}})),
+      MakeElement(XMLElements::Percentiles, {{XMLAttributes::interQuartileRange, "NaN"}}),
+  };
+  ExpectAllFail<CFPercentiles>(lists, std::size(lists));
+  const std::string distributions[] = {
+      Distribution(Cluster("1") + Category("a", "1")),                              // both lists
+      MakeElement(XMLElements::DistributionSummary, {{XMLAttributes::mode, "1"}}),  // neither
+      Distribution(Category("a", "1") + Category("b", "")),
+      Distribution(Cluster("1") + Cluster("-1")),
+      MakeElement(XMLElements::DistributionSummary, {{XMLAttributes::discrete, "yes"}},
+                  Category("a", "1")),
+      MakeElement(XMLElements::DistributionSummary, {{XMLAttributes::maxCatsExceeded, "TRUE"}},
+                  Category("a", "1")),
+      MakeElement(XMLElements::DistributionSummary, {{XMLAttributes::maxCatsExceeded, ""}},
+                  Category("a", "1")),
+      MakeElement(XMLElements::DistributionSummary, {{XMLAttributes::mode, "INF"}},
+                  Category("a", "1")),
+  };
+  ExpectAllFail<CFDistributionSummary>(distributions, std::size(distributions));
+}
+
+// A category's count may be negative, a cluster's may not.
+TEST(CFDistributionSummaryTest, OnlyACategoryCountMayBeNegative) {
+  const std::string category = Category("late", "-1");
+  std::unique_ptr<CFCategory> read = ReadAs<CFCategory>(category);
+  ASSERT_TRUE(read->parseSuccess());
+  EXPECT_EQ(-1, read->getCount());
+  EXPECT_EQ(Canonical(category), Written(*read));
+  EXPECT_FALSE(ReadAs<CFCluster>(Cluster("-1"))->parseSuccess());
+  EXPECT_TRUE(ReadAs<CFCluster>(Cluster("0"))->parseSuccess());
+}
+
+TEST(CFDistributionSummaryTest, PartsRoundTripExactly) {
+  const std::string rows[] = {
+      MakeElement(XMLElements::Category, {{XMLAttributes::Value, "<a & b>"},
+                                          {XMLAttributes::Count, "9223372036854775807"},
+                                          {XMLAttributes::percentage, "12.5"},
+                                          {XMLAttributes::cumPercentage, "100"}}),
+      MakeElement(XMLElements::Category, {{XMLAttributes::Value, ""}, {XMLAttributes::Count, "0"}}),
+      MakeElement(XMLElements::Cluster, {{XMLAttributes::Count, "12"},
+                                         {XMLAttributes::Mean, "-0.25"},
+                                         {XMLAttributes::Variance, "1e-300"},
+                                         {XMLAttributes::lower, "-3"},
+                                         {XMLAttributes::upper, "2.5"}}),
+      // A lower bound without an upper one stays that way.
+      MakeElement(XMLElements::Percentile, {{XMLAttributes::rank, "25"},
+                                            {XMLAttributes::score, "1.5"},
+                                            {XMLAttributes::lower, "1"}}),
+  };
+  for (const std::string& xml : rows) {
+    SCOPED_TRACE(xml);
+    std::string name = xml.substr(1, xml.find(' ') - 1);
+    std::string written = name == XMLElements::Category  ? RoundTrip<CFCategory>(xml)
+                          : name == XMLElements::Cluster ? RoundTrip<CFCluster>(xml)
+                                                         : RoundTrip<CFPercentile>(xml);
+    EXPECT_EQ(Canonical(xml), written);
+  }
+  std::unique_ptr<CFPercentile> percentile = ReadAs<CFPercentile>(rows[3]);
+  EXPECT_TRUE(percentile->hasLower());
+  EXPECT_FALSE(percentile->hasUpper());
+  // The rank appears once however the writer sets it.
+  const std::string written = Written(*percentile);
+  const std::string rank = std::string(" ") + XMLAttributes::rank + "=";
+  EXPECT_EQ(written.find(rank), written.rfind(rank));
+}
+
+TEST(CFDistributionSummaryTest, PercentileListRoundTrips) {
+  const std::string empty = MakeElement(XMLElements::Percentiles, {});
+  EXPECT_EQ(Canonical(empty), RoundTrip<CFPercentiles>(empty));
+
+  const std::string full =
+      MakeElement(XMLElements::Percentiles, {{XMLAttributes::interQuartileRange, "4.5"}},
+                  MakeElement(XMLElements::Percentile,
+                              {{XMLAttributes::rank, "25"}, {XMLAttributes::score, "2"}}) +
+                      MakeElement(XMLElements::Percentile,
+                                  {{XMLAttributes::rank, "75"}, {XMLAttributes::score, "6.5"}}));
+  std::unique_ptr<CFPercentiles> read = ReadAs<CFPercentiles>(full);
+  ASSERT_EQ(2u, read->getPercentileCount());
+  EXPECT_EQ(75.0, read->getPercentile(1)->getRank());
+  EXPECT_EQ(4.5, read->getInterQuartileRange());
+  CFPercentiles copy(*read);
+  read.reset();
+  EXPECT_EQ(Canonical(full), Written(copy));
+}
+
+TEST(CFDistributionSummaryTest, SummaryKeepsItsTextsAndWritesOnlyWhatWasGiven) {
+  const std::string categories = MakeElement(XMLElements::DistributionSummary,
+                                             {{XMLAttributes::discrete, XMLEntities::True},
+                                              {XMLAttributes::mode, "2"},
+                                              {XMLAttributes::maxCatsExceeded, XMLEntities::False},
+                                              {XMLAttributes::median, " middle "}},
+                                             Category("a", "3") + Category("b", "5"));
+  std::unique_ptr<CFDistributionSummary> read = ReadAs<CFDistributionSummary>(categories);
+  ASSERT_TRUE(read->parseSuccess());
+  ASSERT_EQ(2u, read->getCategoryCount());
+  EXPECT_EQ(0u, read->getClusterCount());
+  EXPECT_EQ("b", read->getCategory(1)->getValue());
+  EXPECT_EQ(" middle ", read->getMedian());
+  EXPECT_EQ(XMLEntities::False, read->getMaxCatsExceeded());
+  EXPECT_EQ(Canonical(categories), Written(CFDistributionSummary(*read)));
+
+  // Absent texts and mode stay absent.
+  const std::string clusters = Distribution(Cluster("4") + Cluster("0"));
+  read = ReadAs<CFDistributionSummary>(clusters);
+  EXPECT_FALSE(read->hasMode());
+  EXPECT_EQ("", read->getMaxCatsExceeded());
+  EXPECT_EQ(Canonical(clusters), RoundTrip<CFDistributionSummary>(clusters));
+}
+
+TEST(CFStatisticsExtTest, ContinuousBlockKeepsWhatItReads) {
+  const std::string empty = MakeElement(XMLElements::ContinuousStatisticsExt, {});
+  EXPECT_EQ(Canonical(empty), RoundTrip<CFContinuousStatisticsExt>(empty));
+
+  // Inconsistent values are kept as they stand.
+  const std::string full =
+      MakeElement(XMLElements::ContinuousStatisticsExt,
+                  {{XMLAttributes::Minimum, "10"},
+                   {XMLAttributes::Maximum, "1"},
+                   {XMLAttributes::Mean, "5.5"},
+                   {XMLAttributes::Variance, "-2"},
+                   {XMLAttributes::stdDev, "1.25"},
+                   {XMLAttributes::skewness, "-0.5"},
+                   {XMLAttributes::stdErrSkewness, "0.125"},
+                   {XMLAttributes::kurtosis, "3.75"},
+                   {XMLAttributes::stdErrKurtosis, "0.25"},
+                   {XMLAttributes::outlierLowerBound, "-1e+20"},
+                   {XMLAttributes::outlierUpperBound, "1e+20"}},
+                  MakeElement(XMLElements::Percentiles, {}) + Distribution(Cluster("3")));
+  std::unique_ptr<CFContinuousStatisticsExt> read = ReadAs<CFContinuousStatisticsExt>(full);
+  ASSERT_TRUE(read->parseSuccess());
+  EXPECT_EQ(-2.0, read->getVariance());
+  EXPECT_EQ(3.75, read->getKurtosis());
+  EXPECT_EQ(1e20, read->getOutlierUpperBound());
+  ASSERT_NE(nullptr, read->getDistributionSummary());
+  EXPECT_EQ(1u, read->getDistributionSummary()->getClusterCount());
+  CFContinuousStatisticsExt copy(*read);
+  read.reset();
+  EXPECT_EQ(Canonical(full), Written(copy));
+
+  const std::string damaged[] = {
+      MakeElement(XMLElements::ContinuousStatisticsExt, {{XMLAttributes::skewness, "INF"}}),
+      MakeElement(XMLElements::ContinuousStatisticsExt, {{XMLAttributes::Minimum, "small"}}),
+      MakeElement(
+          XMLElements::ContinuousStatisticsExt, {},
+          MakeElement(XMLElements::Percentiles, {{XMLAttributes::interQuartileRange, "x"}})),
+      MakeElement(XMLElements::ContinuousStatisticsExt, {}, Distribution("")),
+  };
+  ExpectAllFail<CFContinuousStatisticsExt>(damaged, std::size(damaged));
+}
+
+TEST(CFStatisticsExtTest, DiscreteBlockNeedsItsDistribution) {
+  // The mode is text, kept byte for byte, beside the distribution's numeric mode.
+  const std::string xml =
+      MakeElement(XMLElements::DiscreteStatisticsExt,
+                  {{XMLAttributes::mode, " 0042 "}, {XMLAttributes::median, "b"}},
+                  MakeElement(XMLElements::DistributionSummary, {{XMLAttributes::mode, "7"}},
+                              Category("a", "1")));
+  std::unique_ptr<CFDiscreteStatisticsExt> read = ReadAs<CFDiscreteStatisticsExt>(xml);
+  ASSERT_TRUE(read->parseSuccess());
+  EXPECT_EQ(" 0042 ", read->getMode());
+  EXPECT_EQ(7.0, read->getDistributionSummary()->getMode());
+  EXPECT_EQ(Canonical(xml), Written(CFDiscreteStatisticsExt(*read)));
+
+  const std::string bare =
+      MakeElement(XMLElements::DiscreteStatisticsExt, {{XMLAttributes::mode, "a"}});
+  read = ReadAs<CFDiscreteStatisticsExt>(bare);
+  EXPECT_FALSE(read->parseSuccess());
+  EXPECT_EQ(kNothing, Written(*read));
+  EXPECT_FALSE(ReadAs<CFDiscreteStatisticsExt>(
+                   MakeElement(XMLElements::DiscreteStatisticsExt, {}, Distribution("")))
+                   ->parseSuccess());
+}
+
+}  // namespace
