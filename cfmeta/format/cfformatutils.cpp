@@ -144,6 +144,55 @@ const LocalSymbols* DefaultLocaleSymbols() {
   return &cache;
 }
 
+int GetNumberAttrs(const CFXMLWrapper& elem, const CFFormatUtils::DictEntry* typeDict,
+                   NumberAttrs& attrs) {
+  // 1. The type, required and known.
+  std::string text;
+  bool found = false;
+  int rc = elem.getAttribute(XMLAttributes::FormatType, text, found);
+  const int index = rc == 0 && found ? CFFormatUtils::FindStrInList(text.c_str(), typeDict) : -1;
+  if (index < 0) return CfExtension::kXMLBadArgument;
+  attrs.formatType = typeDict[index].first;
+
+  // 2. The decimals, required and not negative.
+  int decimals = 0;
+  rc = elem.getAttribute(XMLAttributes::DecimalPlaces, decimals, found);
+  if (rc != 0) return rc;
+  if (!found || decimals < 0) return CfExtension::kXMLBadArgument;
+  attrs.decimals = static_cast<unsigned int>(decimals);
+
+  // 3. Both symbols are required here, although their readers accept a missing one.
+  rc = CFFormatUtils::GetDecimalSymAttr(elem, attrs.decimalSymbol, found);
+  if (rc != 0) return rc;
+  if (!found) return CfExtension::kXMLBadArgument;
+  rc = CFFormatUtils::GetGroupingSymAttr(elem, attrs.groupingSymbol, found);
+  if (rc != 0) return rc;
+  if (!found) return CfExtension::kXMLBadArgument;
+  return 0;
+}
+
+int SetNumberAttrs(CFXMLWrapper& elem, const std::string& name, int width,
+                   CFFormat::Alignment align, const NumberAttrs& attrs, const char* typeText) {
+  int rc = CFFormatUtils::SetCommonAttr(elem, name, width, align);
+  if (rc != 0) return rc;
+  rc = CFFormatUtils::SetDecimalSymAttr(elem, attrs.decimalSymbol);
+  if (rc != 0) return rc;
+  rc = CFFormatUtils::SetGroupingSymAttr(elem, attrs.groupingSymbol);
+  if (rc != 0) return rc;
+  rc = elem.addAttribute(XMLAttributes::DecimalPlaces, static_cast<double>(attrs.decimals));
+  if (rc != 0) return rc;
+  return elem.addAttribute(XMLAttributes::FormatType, typeText);
+}
+
+void AttachFinished(CFXMLWrapper& parent, std::unique_ptr<CFXMLWrapper>& elem,
+                    CFXMLWrapper*& created) {
+  created = nullptr;
+  CFXMLWrapper* finished = elem.get();
+  if (finished == nullptr || parent.addElement(finished) != 0) return;
+  elem.release();
+  created = finished;
+}
+
 }  // namespace cfformat_internal
 
 int CFFormatUtils::FindStrInList(const char* text, const DictEntry* table) {
