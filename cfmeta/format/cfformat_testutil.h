@@ -6,7 +6,18 @@
 
 #include <string>
 
+#include "cfmeta/field/cfdatum.h"
+#include "cfmeta/format/cfformat.h"
+
 namespace cfmeta_test {
+
+// The text `format` renders `value` as, or "<failed N>" followed by what was left in the
+// output when it fails with N.
+inline std::string Render(const CFFormat& format, const CFDatum& value) {
+  std::string out = "stale";
+  int rc = format.Format(value, CFFormat::NoUnits, out);
+  return rc == 0 ? out : "<failed " + std::to_string(rc) + ">" + out;
+}
 
 // Makes `name` ICU's default locale for the life of the object, then puts the old one back.
 class ScopedDefaultLocale {

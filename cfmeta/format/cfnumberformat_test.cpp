@@ -18,6 +18,7 @@ namespace {
 
 using cfmeta_test::MakeElement;
 using cfmeta_test::Parse;
+using cfmeta_test::Render;
 using cfmeta_test::ScopedDefaultLocale;
 using cfmeta_test::Serialise;
 namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
@@ -25,12 +26,6 @@ namespace XMLElements = CfCppHelperV1::XMLElements;
 namespace XMLEntities = CfCppHelperV1::XMLEntities;
 using DecSym = CFFormat::DecimalSymbol;
 using GrpSym = CFFormat::GroupingSymbol;
-
-std::string Render(const CFFormat& format, const CFDatum& value) {
-  std::string out = "stale";
-  int rc = format.Format(value, CFFormat::NoUnits, out);
-  return rc == 0 ? out : "<failed " + std::to_string(rc) + ">" + out;
-}
 
 CFNumberFormat Make(CFNumberFormat::FormatType type, int width, unsigned decimals, DecSym dec,
                     GrpSym grp) {
