@@ -6,8 +6,10 @@
 #include <utility>
 
 #include "cfmeta/field/cffieldread_internal.h"
+#include "cfmeta/format/cfdecoratedformat.h"
 #include "cfmeta/format/cfformat.h"
 #include "cfmeta/format/cfnumberformat.h"
+#include "cfmeta/format/cfstringformat.h"
 #include "cfmeta/stats/cfcatstats.h"
 #include "cfmeta/stats/cfcatstatsimp.h"
 #include "cfmeta/stats/cfcontstats.h"
@@ -314,8 +316,8 @@ CFFormat* CFField::FormatFromDOMNode(const CFXMLWrapper& element) {
   if (element.getName(name) != 0) return nullptr;
   std::unique_ptr<CFFormat> format;
   if (name == XMLElements::NumberFormat) format.reset(new CFNumberFormat(element));
-  // TODO(#11): XMLElements::DecoratedFormat and XMLElements::StringFormat build a
-  // CFDecoratedFormat and a CFStringFormat.
+  if (name == XMLElements::DecoratedFormat) format.reset(new CFDecoratedFormat(element));
+  if (name == XMLElements::StringFormat) format.reset(new CFStringFormat(element));
   // TODO(#10): XMLElements::DateFormat and XMLElements::TimeFormat build a CFDateFormat and a
   // CFTimeFormat.
   if (!format || format->GetWidth() == 0) return nullptr;
