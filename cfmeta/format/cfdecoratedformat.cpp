@@ -1,6 +1,7 @@
 #include "cfmeta/format/cfdecoratedformat.h"
 
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <memory>
 
@@ -159,49 +160,76 @@ int CFDecoratedFormat::Format(const CFDatum& value, ValueUnits /*units*/, std::s
   if (IsEmpty() || value.GetType() == CFDatum::String) return 1;
 
   // The number without its padding and, when negative, without its minus.
-  std::string number;
-  if (CFFormatUtils::FormatStandard(value, number, m_width, m_decimals, m_decimalSymbol,
+  if (CFFormatUtils::FormatStandard(value, out, m_width, m_decimals, m_decimalSymbol,
                                     m_groupingSymbol)) {
+    out.clear();
     return 1;
   }
   size_t begin = 0;
-  size_t end = number.size();
-  while (begin < end && number[begin] == ' ') ++begin;
-  while (end > begin && number[end - 1] == ' ') --end;
-  const bool negative = begin < end && number[begin] == '-';
+  size_t end = out.size();
+  while (begin < end && out[begin] == ' ') ++begin;
+  while (end > begin && out[end - 1] == ' ') --end;
+  const bool negative = begin < end && out[begin] == '-';
   if (negative) ++begin;
-  const char* digits = number.data() + begin;
   const size_t digitsSize = end - begin;
-  const size_t digitsLength = Utf16Length(digits, digitsSize);
+  // Only the locale's symbols can bring characters beyond ASCII into the number.
+  const bool ascii =
+      m_decimalSymbol != DecimalSymbol::Local && m_groupingSymbol != GroupingSymbol::Local;
+  const size_t digitsLength = ascii ? digitsSize : Utf16Length(out.data() + begin, digitsSize);
 
-  static const std::string kNone;
-  const std::string& outerPrefix = negative ? m_negPrefix : kNone;
-  const std::string& outerSuffix = negative ? m_negSuffix : kNone;
-  size_t length = Utf16Length(outerPrefix.data(), outerPrefix.size()) +
-                  Utf16Length(m_prefix.data(), m_prefix.size()) + digitsLength +
-                  Utf16Length(m_suffix.data(), m_suffix.size()) +
-                  Utf16Length(outerSuffix.data(), outerSuffix.size());
-  // Affixes that do not fit are dropped together, and a negative number gets its minus back.
+  // The parts in the order they are written: padding, then the leading texts, the number and
+  // the trailing texts; only the number (with its minus back) when the affixes do not fit.
+  const std::string* leading[2] = {&m_prefix, nullptr};
+  const std::string* trailing[2] = {&m_suffix, nullptr};
+  if (negative) {
+    leading[0] = &m_negPrefix;
+    leading[1] = &m_prefix;
+    trailing[1] = &m_negSuffix;
+  }
+  size_t length = digitsLength;
+  size_t size = digitsSize;
+  for (const std::string* part : {leading[0], leading[1], trailing[0], trailing[1]}) {
+    if (part == nullptr) continue;
+    length += Utf16Length(part->data(), part->size());
+    size += part->size();
+  }
   const bool decorate = m_width < 0 || length <= static_cast<size_t>(m_width);
-  if (!decorate) length = digitsLength + (negative ? 1 : 0);
-
+  if (!decorate) {
+    length = digitsLength + (negative ? 1 : 0);
+    size = digitsSize + (negative ? 1 : 0);
+  }
   const size_t padding =
       m_width > 0 && static_cast<size_t>(m_width) > length ? m_width - length : 0;
+
+  // Rearranged in place: the digits move to where they end up, then the padding and affixes
+  // are written around them. This runs for every value shown, and at a fixed width with ASCII
+  // affixes the text keeps its size, so nothing is allocated.
+  const size_t total = padding + size;
+  size_t leadingSize = negative ? 1 : 0;
   if (decorate) {
-    out.reserve(padding + outerPrefix.size() + m_prefix.size() + digitsSize + m_suffix.size() +
-                outerSuffix.size());
-    out.append(padding, ' ');
-    out += outerPrefix;
-    out += m_prefix;
-    out.append(digits, digitsSize);
-    out += m_suffix;
-    out += outerSuffix;
-  } else {
-    out.reserve(padding + 1 + digitsSize);
-    out.append(padding, ' ');
-    if (negative) out.push_back('-');
-    out.append(digits, digitsSize);
+    leadingSize = 0;
+    for (const std::string* part : leading) leadingSize += part != nullptr ? part->size() : 0;
   }
+  if (total > out.size()) out.resize(total);
+  char* text = &out[0];
+  std::memmove(text + padding + leadingSize, text + begin, digitsSize);
+  std::memset(text, ' ', padding);
+  char* at = text + padding;
+  auto put = [&at](const std::string* part) {
+    if (part == nullptr) return;
+    std::memcpy(at, part->data(), part->size());
+    at += part->size();
+  };
+  if (!decorate) {
+    if (negative) *at = '-';
+  } else {
+    put(leading[0]);
+    put(leading[1]);
+    at += digitsSize;
+    put(trailing[0]);
+    put(trailing[1]);
+  }
+  out.resize(total);
   return 0;
 }
 

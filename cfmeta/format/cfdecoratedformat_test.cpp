@@ -73,6 +73,7 @@ TEST(CFDecoratedFormatTest, RendersAffixesOnlyWhenTheyFit) {
       {Make(6, 1, "", "%", "-", ""), CFDatum(-123.5), "-123.5"},
       // Free width always has room; integers render like reals.
       {Make(-1, 2, "$", "", "-", ""), CFDatum(-5), "-$5.00"},
+      {Make(-1, 2, "", "", "", ""), CFDatum(-5), "5.00"},  // no negative affixes, no sign
       {Make(-1, 0, "EUR ", " net", "<", ">"), CFDatum(-98765.4), "<EUR 98765 net>"},
       // Widths count characters, not bytes: the euro sign is one.
       {Make(7, 2, "\xE2\x82\xAC", "", "-", ""), CFDatum(123.45),
@@ -98,6 +99,19 @@ TEST(CFDecoratedFormatTest, RendersAffixesOnlyWhenTheyFit) {
   EXPECT_EQ("   -1.234.567,89", Render(german, CFDatum(-1234567.891)));
   german.SetWidthDecimals(18, 2);
   EXPECT_EQ(" -1.234.567,89 EUR", Render(german, CFDatum(-1234567.891)));
+
+  // The locale's grouping space is one character of three bytes.
+  cfmeta_test::ScopedDefaultLocale french("fr_FR");
+  CFDecoratedFormat local = Make(12, 1, "", " \xE2\x82\xAC", "-", "");
+  local.SetSeparators(DecSym::Local, GrpSym::Local);
+  const std::string digits =
+      "1\xE2\x80\xAF"
+      "234\xE2\x80\xAF"
+      "567,5";
+  EXPECT_EQ(" " + digits, Render(local, CFDatum(1234567.5)));
+  local.SetWidthDecimals(14, 1);
+  EXPECT_EQ(" " + digits + " \xE2\x82\xAC", Render(local, CFDatum(1234567.5)));
+  EXPECT_EQ("-" + digits + " \xE2\x82\xAC", Render(local, CFDatum(-1234567.5)));
 }
 
 TEST(CFDecoratedFormatTest, SetAffixesStoresOnlyPairsAgreeingOnALeadingZero) {
