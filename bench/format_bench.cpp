@@ -1,4 +1,5 @@
-// Rendering cost of the number format beside the plainest ways of doing the same work.
+// Rendering cost of the number and decorated formats beside the plainest ways of doing the
+// same work.
 //
 // Each benchmark renders the same spread of values, one per iteration; items per second is
 // values per second.
@@ -14,6 +15,7 @@
 #include <vector>
 
 #include "cfmeta/field/cfdatum.h"
+#include "cfmeta/format/cfdecoratedformat.h"
 #include "cfmeta/format/cfformatutils.h"
 #include "cfmeta/format/cfnumberformat.h"
 
@@ -38,7 +40,7 @@ const std::vector<CFDatum>& Data() {
   return data;
 }
 
-void RenderAll(benchmark::State& state, const CFNumberFormat& format) {
+void RenderAll(benchmark::State& state, const CFFormat& format) {
   const std::vector<CFDatum>& data = Data();
   std::string out;
   size_t i = 0;
@@ -56,6 +58,25 @@ void BM_StandardComma(benchmark::State& state) {
   RenderAll(state, format);
 }
 BENCHMARK(BM_StandardComma);
+
+// The yardstick for BM_DecoratedCurrency: the same width, decimals and grouping undecorated.
+void BM_StandardComma14(benchmark::State& state) {
+  CFNumberFormat format(CFNumberFormat::Standard, 14, 2);
+  format.SetSeparators(CFFormat::DecimalSymbol::Period, CFFormat::GroupingSymbol::Comma);
+  RenderAll(state, format);
+}
+BENCHMARK(BM_StandardComma14);
+
+// A currency prefix with parenthesised negatives; the largest values do not leave room for
+// the affixes and drop them.
+void BM_DecoratedCurrency(benchmark::State& state) {
+  CFDecoratedFormat format(CFDecoratedFormat::Currency, 14, 2);
+  format.SetSeparators(CFFormat::DecimalSymbol::Period, CFFormat::GroupingSymbol::Comma);
+  format.SetAffixes("$", "");
+  format.SetNegAffixes("(", ")");
+  RenderAll(state, format);
+}
+BENCHMARK(BM_DecoratedCurrency);
 
 // In German, so that both symbols differ from the text printed and every group is filled.
 void BM_StandardLocal(benchmark::State& state) {

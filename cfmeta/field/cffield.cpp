@@ -7,8 +7,10 @@
 
 #include "cfmeta/field/cffieldread_internal.h"
 #include "cfmeta/format/cfdateformat.h"
+#include "cfmeta/format/cfdecoratedformat.h"
 #include "cfmeta/format/cfformat.h"
 #include "cfmeta/format/cfnumberformat.h"
+#include "cfmeta/format/cfstringformat.h"
 #include "cfmeta/format/cftimeformat.h"
 #include "cfmeta/stats/cfcatstats.h"
 #include "cfmeta/stats/cfcatstatsimp.h"
@@ -316,8 +318,8 @@ CFFormat* CFField::FormatFromDOMNode(const CFXMLWrapper& element) {
   if (element.getName(name) != 0) return nullptr;
   std::unique_ptr<CFFormat> format;
   if (name == XMLElements::NumberFormat) format.reset(new CFNumberFormat(element));
-  // TODO(#11): XMLElements::DecoratedFormat and XMLElements::StringFormat build a
-  // CFDecoratedFormat and a CFStringFormat.
+  if (name == XMLElements::DecoratedFormat) format.reset(new CFDecoratedFormat(element));
+  if (name == XMLElements::StringFormat) format.reset(new CFStringFormat(element));
   if (name == XMLElements::DateFormat) format.reset(new CFDateFormat(element));
   if (name == XMLElements::TimeFormat) format.reset(new CFTimeFormat(element));
   if (!format || format->GetWidth() == 0) return nullptr;

@@ -49,6 +49,23 @@ std::string NumberFormatXml(const std::string& width = "8") {
                       {XMLAttributes::GroupingSymbol, XMLEntities::Comma}});
 }
 
+std::string DecoratedFormatXml(const std::string& width = "8") {
+  return MakeElement(XMLElements::DecoratedFormat,
+                     {{XMLAttributes::Name, "Dollars"},
+                      {XMLAttributes::Width, width},
+                      {XMLAttributes::FormatType, XMLEntities::Currency},
+                      {XMLAttributes::DecimalPlaces, "2"},
+                      {XMLAttributes::DecimalSymbol, XMLEntities::Period},
+                      {XMLAttributes::GroupingSymbol, XMLEntities::Comma},
+                      {XMLAttributes::Prefix, "$"}});
+}
+
+std::string StringFormatXml(const std::string& hexadecimal = XMLEntities::False) {
+  return MakeElement(XMLElements::StringFormat, {{XMLAttributes::Name, "Text"},
+                                                 {XMLAttributes::Width, "8"},
+                                                 {XMLAttributes::Hexadecimal, hexadecimal}});
+}
+
 CFField ReadField(const std::string& xml, bool isBaseField = false) {
   auto doc = Parse(xml);
   EXPECT_NE(nullptr, doc->getElement()) << xml;
@@ -314,6 +331,10 @@ TEST(CFFieldTest, FormatMustSuitTheStorage) {
     bool accepted;
     std::string reference;
     bool hasPrivate;
+    char privateClass = 'n';
+  };
+  auto formatXml = [](const std::string& format) {
+    return MakeElement(XMLElements::FieldFormat, {}, format);
   };
   const std::string named = MakeElement(
       XMLElements::FieldFormat, {{XMLAttributes::UseNamedFormat, "Shared"}}, NumberFormatXml());
@@ -340,6 +361,14 @@ TEST(CFFieldTest, FormatMustSuitTheStorage) {
        "", false},
       {XMLEntities::Real, MakeElement(XMLElements::FieldFormat, {}, MakeElement("Bogus", {})),
        false, "", false},
+      {XMLEntities::Real, formatXml(DecoratedFormatXml()), true, "", true, 'c'},
+      {XMLEntities::Integer, formatXml(DecoratedFormatXml()), true, "", true, 'c'},
+      {XMLEntities::String, formatXml(DecoratedFormatXml()), false, "", false},
+      {XMLEntities::Real, formatXml(DecoratedFormatXml("0")), false, "", false},
+      {XMLEntities::String, formatXml(StringFormatXml()), true, "", true, 's'},
+      {XMLEntities::Real, formatXml(StringFormatXml()), false, "", false},
+      {XMLEntities::Timestamp, formatXml(StringFormatXml()), false, "", false},
+      {XMLEntities::String, formatXml(StringFormatXml("maybe")), false, "", false},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(std::string(row.storage) + " " + row.format);
@@ -349,7 +378,7 @@ TEST(CFFieldTest, FormatMustSuitTheStorage) {
     EXPECT_EQ(row.reference, field.GetFormatReference());
     ASSERT_EQ(row.hasPrivate, field.GetPrivateFormat() != nullptr);
     if (row.hasPrivate) {
-      EXPECT_EQ('n', field.GetPrivateFormat()->GetFormatClass());
+      EXPECT_EQ(row.privateClass, field.GetPrivateFormat()->GetFormatClass());
       EXPECT_EQ(8, field.GetPrivateFormat()->GetWidth());
     }
   }
@@ -380,7 +409,7 @@ TEST(CFFieldTest, CopiesAreDeep) {
        {XMLAttributes::Storage, XMLEntities::Real},
        {XMLAttributes::Measure, XMLEntities::Continuous}},
       MakeElement(XMLElements::Range, {{XMLAttributes::MinValue, "0"}}) +
-          MakeElement(XMLElements::FieldFormat, {}, NumberFormatXml()) +
+          MakeElement(XMLElements::FieldFormat, {}, DecoratedFormatXml()) +
           MakeElement(XMLElements::BaseField,
                       {{XMLAttributes::Name, "Raw"}, {XMLAttributes::Storage, XMLEntities::Real}},
                       MakeElement(XMLElements::FieldFormat, {}, NumberFormatXml("12"))));

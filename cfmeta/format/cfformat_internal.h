@@ -4,8 +4,10 @@
 
 #include <unicode/unistr.h>
 
+#include <memory>
 #include <string>
 
+#include "cfmeta/format/cfformat.h"
 #include "cfmeta/format/cfformatutils.h"
 
 namespace CfExtension {
@@ -40,6 +42,33 @@ int GetRequiredEnumAttr(const CfExtension::CFXMLWrapper& elem, const char* attrN
 // Reads the required DecimalPlaces attribute: 0 and the count, 5 when it is missing, negative
 // or not an integer (`decimals` untouched), or the wrapper's status.
 int GetDecimalPlacesAttr(const CfExtension::CFXMLWrapper& elem, unsigned int& decimals);
+// The settings every number-like format holds, as read from or written to its element.
+struct NumberAttrs {
+  unsigned int formatType = 0;
+  unsigned int decimals = 0;
+  CFFormat::DecimalSymbol decimalSymbol = CFFormat::DecimalSymbol::Period;
+  CFFormat::GroupingSymbol groupingSymbol = CFFormat::GroupingSymbol::None;
+};
+
+// Reads FormatType (a text of `typeDict`), DecimalPlaces (0 or more), DecimalSymbol and
+// GroupingSymbol, in that order, all four required.
+//   0  done; `attrs` holds them.
+//   5  one is missing, unknown or out of range.
+//   other: the wrapper's status.
+// After a failure `attrs` holds whatever was read before it.
+int GetNumberAttrs(const CfExtension::CFXMLWrapper& elem, const CFFormatUtils::DictEntry* typeDict,
+                   NumberAttrs& attrs);
+
+// Writes Name, Width, Alignment, DecimalSymbol, GroupingSymbol, DecimalPlaces (a number) and
+// FormatType (`typeText`), in that order. 0, or the failing write's status.
+int SetNumberAttrs(CfExtension::CFXMLWrapper& elem, const std::string& name, int width,
+                   CFFormat::Alignment align, const NumberAttrs& attrs, const char* typeText);
+
+// Appends the finished `elem` to `parent` and hands it over; `created` is the element, or
+// null when it could not be attached (and `elem` is then still the caller's).
+void AttachFinished(CfExtension::CFXMLWrapper& parent,
+                    std::unique_ptr<CfExtension::CFXMLWrapper>& elem,
+                    CfExtension::CFXMLWrapper*& created);
 
 }  // namespace cfformat_internal
 

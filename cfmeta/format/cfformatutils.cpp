@@ -166,6 +166,47 @@ int GetDecimalPlacesAttr(const CFXMLWrapper& elem, unsigned int& decimals) {
   return 0;
 }
 
+int GetNumberAttrs(const CFXMLWrapper& elem, const CFFormatUtils::DictEntry* typeDict,
+                   NumberAttrs& attrs) {
+  // 1. and 2. The type, required and known; the decimals, required and not negative.
+  int rc = GetRequiredEnumAttr(elem, XMLAttributes::FormatType, typeDict, attrs.formatType);
+  if (rc != 0) return rc;
+  rc = GetDecimalPlacesAttr(elem, attrs.decimals);
+  if (rc != 0) return rc;
+
+  // 3. Both symbols are required here, although their readers accept a missing one.
+  bool found = false;
+  rc = CFFormatUtils::GetDecimalSymAttr(elem, attrs.decimalSymbol, found);
+  if (rc != 0) return rc;
+  if (!found) return CfExtension::kXMLBadArgument;
+  rc = CFFormatUtils::GetGroupingSymAttr(elem, attrs.groupingSymbol, found);
+  if (rc != 0) return rc;
+  if (!found) return CfExtension::kXMLBadArgument;
+  return 0;
+}
+
+int SetNumberAttrs(CFXMLWrapper& elem, const std::string& name, int width,
+                   CFFormat::Alignment align, const NumberAttrs& attrs, const char* typeText) {
+  int rc = CFFormatUtils::SetCommonAttr(elem, name, width, align);
+  if (rc != 0) return rc;
+  rc = CFFormatUtils::SetDecimalSymAttr(elem, attrs.decimalSymbol);
+  if (rc != 0) return rc;
+  rc = CFFormatUtils::SetGroupingSymAttr(elem, attrs.groupingSymbol);
+  if (rc != 0) return rc;
+  rc = elem.addAttribute(XMLAttributes::DecimalPlaces, static_cast<double>(attrs.decimals));
+  if (rc != 0) return rc;
+  return elem.addAttribute(XMLAttributes::FormatType, typeText);
+}
+
+void AttachFinished(CFXMLWrapper& parent, std::unique_ptr<CFXMLWrapper>& elem,
+                    CFXMLWrapper*& created) {
+  created = nullptr;
+  CFXMLWrapper* finished = elem.get();
+  if (finished == nullptr || parent.addElement(finished) != 0) return;
+  elem.release();
+  created = finished;
+}
+
 }  // namespace cfformat_internal
 
 int CFFormatUtils::FindStrInList(const char* text, const DictEntry* table) {

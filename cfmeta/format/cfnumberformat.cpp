@@ -13,7 +13,6 @@
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
 
-namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
 namespace XMLElements = CfCppHelperV1::XMLElements;
 namespace XMLEntities = CfCppHelperV1::XMLEntities;
 
@@ -100,34 +99,17 @@ CFNumberFormat::CFNumberFormat(FormatType type, int width, unsigned int decimals
     : m_formatType(type), m_width(width), m_decimals(decimals) {}
 
 CFNumberFormat::CFNumberFormat(const CFXMLWrapper& elem) {
-  int rc = 0;
-  // 1. Name, width and alignment.
-  rc = CFFormatUtils::GetCommonAttr(elem, m_name, m_width, m_alignment);
-
-  // 2. The type, required and known.
-  if (rc == 0) {
-    unsigned int type = 0;
-    rc =
-        cfformat_internal::GetRequiredEnumAttr(elem, XMLAttributes::FormatType, gFmtTypeDict, type);
-    if (rc == 0) m_formatType = static_cast<FormatType>(type);
+  cfformat_internal::NumberAttrs attrs;
+  int rc = CFFormatUtils::GetCommonAttr(elem, m_name, m_width, m_alignment);
+  if (rc == 0) rc = cfformat_internal::GetNumberAttrs(elem, gFmtTypeDict, attrs);
+  if (rc != 0) {
+    *this = CFNumberFormat();
+    return;
   }
-
-  // 3. The decimals, required and not negative.
-  if (rc == 0) rc = cfformat_internal::GetDecimalPlacesAttr(elem, m_decimals);
-
-  // 4. and 5. Both symbols are required here, although the readers accept a missing one.
-  if (rc == 0) {
-    bool found = false;
-    rc = CFFormatUtils::GetDecimalSymAttr(elem, m_decimalSymbol, found);
-    if (rc == 0 && !found) rc = CfExtension::kXMLBadArgument;
-  }
-  if (rc == 0) {
-    bool found = false;
-    rc = CFFormatUtils::GetGroupingSymAttr(elem, m_groupingSymbol, found);
-    if (rc == 0 && !found) rc = CfExtension::kXMLBadArgument;
-  }
-
-  if (rc != 0) *this = CFNumberFormat();
+  m_formatType = static_cast<FormatType>(attrs.formatType);
+  m_decimals = attrs.decimals;
+  m_decimalSymbol = attrs.decimalSymbol;
+  m_groupingSymbol = attrs.groupingSymbol;
 }
 
 CFNumberFormat::~CFNumberFormat() = default;
@@ -216,24 +198,15 @@ void CFNumberFormat::AddToTree(CFXMLWrapper& parent, CFXMLWrapper*& created) con
   if (IsEmpty()) return;
   std::unique_ptr<CFXMLWrapper> elem(parent.createFreeElement(XMLElements::NumberFormat));
   if (!elem) return;
-
-  int rc = CFFormatUtils::SetCommonAttr(*elem, m_name, m_width, m_alignment);
-  if (rc == 0) rc = CFFormatUtils::SetDecimalSymAttr(*elem, m_decimalSymbol);
-  if (rc == 0) rc = CFFormatUtils::SetGroupingSymAttr(*elem, m_groupingSymbol);
-  if (rc == 0) {
-    rc = elem->addAttribute(XMLAttributes::DecimalPlaces, static_cast<double>(m_decimals));
+  const cfformat_internal::NumberAttrs attrs{m_formatType, m_decimals, m_decimalSymbol,
+                                             m_groupingSymbol};
+  const unsigned int type = m_formatType < kFormatTypeCount ? m_formatType : Standard;
+  if (cfformat_internal::SetNumberAttrs(*elem, m_name, m_width, m_alignment, attrs,
+                                        gFmtTypeDict[type].second) != 0) {
+    return;
   }
-  if (rc == 0) {
-    const unsigned int type = m_formatType < kFormatTypeCount ? m_formatType : Standard;
-    rc = elem->addAttribute(XMLAttributes::FormatType, gFmtTypeDict[type].second);
-  }
-  if (rc != 0) return;
-
   // Attach only when complete: a half-built element must never reach the caller's tree.
-  CFXMLWrapper* finished = elem.get();
-  if (parent.addElement(finished) != 0) return;
-  elem.release();
-  created = finished;
+  cfformat_internal::AttachFinished(parent, elem, created);
 }
 
 char CFNumberFormat::GetFormatClass() const { return 'n'; }

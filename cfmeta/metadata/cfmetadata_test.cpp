@@ -9,6 +9,7 @@
 
 #include "cfmeta/field/cfdatum.h"
 #include "cfmeta/format/cfformat.h"
+#include "cfmeta/format/cfformat_testutil.h"
 #include "cfmeta/format/cfnumberformat.h"
 #include "cfmeta/stats/cfcatstatsimp.h"
 #include "cfmeta/stats/cfcontstats.h"
@@ -421,7 +422,7 @@ TEST(CFMetaDataTest, SumStatsSurviveExportAndLoad) {
 }
 
 TEST(CFMetaDataTest, SampleDocumentsRoundTrip) {
-  for (const char* name : {"survey.xml", "retail.xml", "households.xml"}) {
+  for (const char* name : {"survey.xml", "retail.xml", "households.xml", "formats.xml"}) {
     SCOPED_TRACE(name);
     std::string text = ReadFile(name);
     ASSERT_FALSE(text.empty());
@@ -572,6 +573,89 @@ TEST(CFMetaDataTest, SetDatasetSummariesKeepsTheOldOnFailure) {
   EXPECT_EQ("income", FieldNameOfFirstSummary(meta));
   meta.setDatasetSummaries(static_cast<CFDatasetSummaries*>(nullptr));
   EXPECT_EQ(nullptr, meta.getDatasetSummaries());
+}
+
+// Every format class the library builds; formats.xml uses each of them as a shared format and
+// as a private format.
+const char kFormatClasses[] = "ncs";
+
+// What every format of `meta` renders for a spread of values, one line per format: shared
+// formats, default slots and private formats, each led by its class and name.
+std::string RenderAll(const CFMetaData& meta) {
+  const CFDatum values[] = {CFDatum(),           CFDatum(0),
+                            CFDatum(-1234.5),    CFDatum(1234567.891),
+                            CFDatum(31536000.0), CFDatum("abc", false)};
+  std::string text;
+  auto add = [&](const std::string& where, const CFFormat* format) {
+    text += where + ":";
+    if (format == nullptr) {
+      text += " none\n";
+      return;
+    }
+    text += std::string(1, format->GetFormatClass()) + format->GetName();
+    for (const CFDatum& value : values) {
+      std::string out;
+      const int rc = format->Format(value, CFFormat::Seconds, out);
+      text += " [" + std::to_string(rc) + "]" + out;
+    }
+    text += "\n";
+  };
+  for (unsigned int i = 0; i < meta.SharedFormatCount(); ++i) {
+    add("shared", meta.GetSharedFormat(i));
+  }
+  for (CFField::StorageType storage :
+       {CFField::RealStorage, CFField::StringStorage, CFField::DateStorage, CFField::TimeStorage}) {
+    add("default " + std::to_string(storage), meta.GetDefaultFormat(storage));
+  }
+  for (unsigned int i = 0; i < meta.FieldCount(); ++i) {
+    const CFField* field = meta.GetField(i);
+    add(field->GetName() + " " + field->GetFormatReference(), field->GetPrivateFormat());
+  }
+  return text;
+}
+
+TEST(CFMetaDataTest, EveryFormatClassSurvivesARoundTrip) {
+  CFMetaData first(ReadFile("formats.xml"), nullptr);
+  ASSERT_GT(first.FieldCount(), 0u);
+  std::string shared, privates;
+  for (unsigned int i = 0; i < first.SharedFormatCount(); ++i) {
+    shared += first.GetSharedFormat(i)->GetFormatClass();
+  }
+  for (unsigned int i = 0; i < first.FieldCount(); ++i) {
+    const CFFormat* format = first.GetField(i)->GetPrivateFormat();
+    if (format != nullptr) privates += format->GetFormatClass();
+  }
+  for (const char* c = kFormatClasses; *c != '\0'; ++c) {
+    SCOPED_TRACE(*c);
+    EXPECT_NE(std::string::npos, shared.find(*c));
+    EXPECT_NE(std::string::npos, privates.find(*c));
+  }
+
+  // A few texts pinned, so that a reader and writer sharing a mistake cannot pass.
+  const CFFormat* dollars = first.GetDefaultFormat(CFField::RealStorage);
+  ASSERT_NE(nullptr, dollars);
+  EXPECT_EQ("   ($1,234.50)", cfmeta_test::Render(*dollars, CFDatum(-1234.5)));
+  const CFFormat* text = first.GetDefaultFormat(CFField::StringStorage);
+  ASSERT_NE(nullptr, text);
+  EXPECT_EQ("abc", cfmeta_test::Render(*text, CFDatum("abc", false)));
+  const CFFormat* refund = first.GetField("Refund")->GetPrivateFormat();
+  ASSERT_NE(nullptr, refund);
+  EXPECT_EQ("  1.234,50 \xE2\x82\xAC", cfmeta_test::Render(*refund, CFDatum(-1234.5)));
+  const CFFormat* units = first.GetField("Units")->GetPrivateFormat();
+  ASSERT_NE(nullptr, units);
+  EXPECT_EQ("minus 1 234 567 pcs", cfmeta_test::Render(*units, CFDatum(-1234567)));
+
+  std::string exported;
+  ASSERT_TRUE(first.ExportXMLDoc(exported));
+  CFMetaData second(exported, nullptr);
+  ASSERT_EQ(first.FieldCount(), second.FieldCount());
+  EXPECT_EQ(RenderAll(first), RenderAll(second));
+  std::string again;
+  ASSERT_TRUE(second.ExportXMLDoc(again));
+  EXPECT_EQ(exported, again);
+
+  // A copy keeps every format's class and settings.
+  EXPECT_EQ(RenderAll(first), RenderAll(CFMetaData(first)));
 }
 
 }  // namespace
