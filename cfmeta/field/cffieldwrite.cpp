@@ -6,6 +6,8 @@
 
 #include "cfmeta/field/cffield.h"
 #include "cfmeta/field/cffieldwrite_internal.h"
+#include "cfmeta/field/cfgeo.h"
+#include "cfmeta/field/cfmodelfield.h"
 #include "cfmeta/format/cfformat.h"
 #include "cfmeta/stats/cfcatstats.h"
 #include "cfmeta/stats/cfcatstatsimp.h"
@@ -197,7 +199,14 @@ void CFField::AddToTree(CFXMLWrapper& parent, CFXMLWrapper*& created, bool isBas
       if (child == nullptr) rc = kFailed;
     }
   }
-  // TODO(#12): model field and geospatial properties.
+  if (rc == 0 && m_modelField) {
+    m_modelField->AddToTree(e, child);
+    if (child == nullptr) rc = kFailed;
+  }
+  if (rc == 0 && m_geo) {
+    m_geo->AddToTree(e, child);
+    if (child == nullptr) rc = kFailed;
+  }
   if (rc == 0 && m_catStats) {
     m_catStats->AddToTree(e, child);
     if (child == nullptr) rc = kFailed;
@@ -311,6 +320,19 @@ bool CFField::SetPrivateFormat(const CFFormat* format) {
   }
   if (!MatchesFormat(m_storage, *format)) return false;
   m_privateFormat.reset(format->Clone());
+  return true;
+}
+
+bool CFField::SetModelField(const CFModelField* modelField) {
+  if (m_name.empty()) return false;
+  if (modelField != nullptr && modelField->GetMFRole() == CFModelField::NoMFRole) return false;
+  m_modelField.reset(modelField != nullptr ? new CFModelField(*modelField) : nullptr);
+  return true;
+}
+
+bool CFField::SetGeo(const CFGeo* geo) {
+  if (m_name.empty()) return false;
+  m_geo.reset(geo != nullptr ? new CFGeo(*geo) : nullptr);
   return true;
 }
 
