@@ -5,6 +5,8 @@
 #include "cfmeta/cfmeta_export.h"
 #include "cfmeta/field/cfdatum.h"
 #include "cfmeta/field/cffield.h"
+#include "cfmeta/field/cfgeo.h"
+#include "cfmeta/field/cfmodelfield.h"
 #include "cfmeta/field/cfrange.h"
 #include "cfmeta/field/cfvalue.h"
 #include "cfmeta/format/cfdateformat.h"

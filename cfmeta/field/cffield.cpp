@@ -6,6 +6,8 @@
 #include <utility>
 
 #include "cfmeta/field/cffieldread_internal.h"
+#include "cfmeta/field/cfgeo.h"
+#include "cfmeta/field/cfmodelfield.h"
 #include "cfmeta/format/cfdateformat.h"
 #include "cfmeta/format/cfdecoratedformat.h"
 #include "cfmeta/format/cfformat.h"
@@ -284,6 +286,8 @@ CFField::CFField(const CFField& other)
       m_valueLabels(other.m_valueLabels),
       m_formatReference(other.m_formatReference),
       m_privateFormat(other.m_privateFormat ? other.m_privateFormat->Clone() : nullptr),
+      m_modelField(other.m_modelField ? new CFModelField(*other.m_modelField) : nullptr),
+      m_geo(other.m_geo ? new CFGeo(*other.m_geo) : nullptr),
       m_catStats(other.m_catStats ? other.m_catStats->Clone() : nullptr),
       m_contStats(other.m_contStats ? other.m_contStats->Clone() : nullptr),
       m_baseField(other.m_baseField ? new CFField(*other.m_baseField) : nullptr) {}
@@ -422,9 +426,11 @@ int CFField::ReadChild(const CFXMLWrapper& child, bool isBaseField) {
   } else if (name == XMLElements::FieldFormat) {
     return ReadFieldFormat(child);
   } else if (name == XMLElements::ModelField) {
-    // TODO(#12): build a CFModelField; a role of 19 fails with 5.
+    std::unique_ptr<CFModelField> modelField(new CFModelField(child));
+    if (modelField->GetMFRole() == CFModelField::NoMFRole) return kBadContent;
+    m_modelField = std::move(modelField);
   } else if (name == XMLElements::Geo) {
-    // TODO(#12): build a CFGeo, replacing any earlier one.
+    m_geo.reset(new CFGeo(child));
   } else if (name == XMLElements::DiscreteStatistics) {
     if (!IsCategorical(m_type)) return kBadContent;
     std::unique_ptr<CFCatStats> stats;

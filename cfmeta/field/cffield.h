@@ -1,6 +1,6 @@
 // The definition of one variable of a dataset: its name, measurement level, storage, role,
 // structure, label, valid range, value list, missing values, value labels, display format,
-// summary statistics and an optional base field.
+// model-field and geospatial properties, summary statistics and an optional base field.
 //
 // A field whose read failed is the default field: empty name, unknown type and storage, no
 // role, primitive structure, depth and element count -1, nothing else. An empty name is the
@@ -22,6 +22,8 @@
 class CFCatStats;
 class CFContStats;
 class CFFormat;
+class CFGeo;
+class CFModelField;
 namespace CfExtension {
 class CFXMLWrapper;
 }
@@ -146,6 +148,11 @@ class CFMETA_API CFField {
   // Stores a copy; null drops the private format. False when the format does not suit the
   // storage.
   bool SetPrivateFormat(const CFFormat* format);
+  // Stores a copy; null drops the model field. False, changing nothing, for a model field
+  // whose role is CFModelField::NoMFRole.
+  bool SetModelField(const CFModelField* modelField);
+  // Stores a copy; null drops the geospatial properties.
+  bool SetGeo(const CFGeo* geo);
   // Stores a copy, unless `base` has a base field of its own.
   void SetBaseField(const CFField& base);
   // Only for a continuous field. Null drops the statistics; otherwise they must be a
@@ -179,6 +186,10 @@ class CFMETA_API CFField {
   // Non-owning; null when there is none. Valid until this field next changes.
   const CFFormat* GetPrivateFormat() const { return m_privateFormat.get(); }
   // Non-owning; null when there is none. Valid until this field next changes.
+  const CFModelField* GetModelField() const { return m_modelField.get(); }
+  // Non-owning; null when there is none. Valid until this field next changes.
+  const CFGeo* GetGeo() const { return m_geo.get(); }
+  // Non-owning; null when there is none. Valid until this field next changes.
   const CFCatStats* GetCatStats() const { return m_catStats.get(); }
   // Non-owning; null when there is none. Valid until this field next changes.
   const CFContStats* GetContStats() const { return m_contStats.get(); }
@@ -203,8 +214,8 @@ class CFMETA_API CFField {
   std::vector<CFValue> m_valueLabels;
   std::string m_formatReference;
   std::unique_ptr<CFFormat> m_privateFormat;
-  // TODO(#12): std::unique_ptr<CFModelField> m_modelField and std::unique_ptr<CFGeo> m_geo,
-  // owned, deep-copied and reset with the rest.
+  std::unique_ptr<CFModelField> m_modelField;
+  std::unique_ptr<CFGeo> m_geo;
   std::unique_ptr<CFCatStats> m_catStats;
   std::unique_ptr<CFContStats> m_contStats;
   std::unique_ptr<CFField> m_baseField;

@@ -5,6 +5,9 @@
 #include <vector>
 
 #include "cfmeta/field/cffield.h"
+#include "cfmeta/field/cffieldwrite_internal.h"
+#include "cfmeta/field/cfgeo.h"
+#include "cfmeta/field/cfmodelfield.h"
 #include "cfmeta/format/cfformat.h"
 #include "cfmeta/stats/cfcatstats.h"
 #include "cfmeta/stats/cfcatstatsimp.h"
@@ -13,6 +16,9 @@
 #include "cfmeta/xml/cfxmlwrapper.h"
 
 using CfExtension::CFXMLWrapper;
+using cfmeta_internal::AddEntity;
+using cfmeta_internal::Finish;
+using cfmeta_internal::TextFor;
 namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
 namespace XMLElements = CfCppHelperV1::XMLElements;
 namespace XMLEntities = CfCppHelperV1::XMLEntities;
@@ -21,8 +27,14 @@ namespace {
 
 constexpr int kFailed = 5;
 
-// Writing takes the first row that matches, so where two texts read as one value, the text we
-// write must come first.
+bool IsCategorical(CFField::FieldType type) {
+  return type >= CFField::Nominal && type <= CFField::Discrete;
+}
+
+}  // namespace
+
+namespace cfmeta_internal {
+
 const char* TextFor(const CFField::EntityRow* rows, uint32_t value) {
   for (; rows->text != nullptr; ++rows) {
     if (rows->value == value) return rows->text;
@@ -30,11 +42,6 @@ const char* TextFor(const CFField::EntityRow* rows, uint32_t value) {
   return nullptr;
 }
 
-bool IsCategorical(CFField::FieldType type) {
-  return type >= CFField::Nominal && type <= CFField::Discrete;
-}
-
-// Adds an attribute from a table; a value without a row fails the write.
 int AddEntity(CFXMLWrapper& element, const char* name, const CFField::EntityRow* rows,
               uint32_t value) {
   const char* text = TextFor(rows, value);
@@ -42,8 +49,6 @@ int AddEntity(CFXMLWrapper& element, const char* name, const CFField::EntityRow*
   return element.addAttribute(name, text);
 }
 
-// Attaches `element` to `parent` only when `rc` says every step succeeded; otherwise it is
-// destroyed with everything under it.
 void Finish(int rc, std::unique_ptr<CFXMLWrapper> element, CFXMLWrapper& parent,
             CFXMLWrapper*& created) {
   if (rc != 0) return;
@@ -53,7 +58,7 @@ void Finish(int rc, std::unique_ptr<CFXMLWrapper> element, CFXMLWrapper& parent,
   created = raw;
 }
 
-}  // namespace
+}  // namespace cfmeta_internal
 
 bool CFField::StorageMatches(const CFDatum& datum) const {
   switch (datum.GetType()) {
@@ -194,7 +199,14 @@ void CFField::AddToTree(CFXMLWrapper& parent, CFXMLWrapper*& created, bool isBas
       if (child == nullptr) rc = kFailed;
     }
   }
-  // TODO(#12): model field and geospatial properties.
+  if (rc == 0 && m_modelField) {
+    m_modelField->AddToTree(e, child);
+    if (child == nullptr) rc = kFailed;
+  }
+  if (rc == 0 && m_geo) {
+    m_geo->AddToTree(e, child);
+    if (child == nullptr) rc = kFailed;
+  }
   if (rc == 0 && m_catStats) {
     m_catStats->AddToTree(e, child);
     if (child == nullptr) rc = kFailed;
@@ -308,6 +320,19 @@ bool CFField::SetPrivateFormat(const CFFormat* format) {
   }
   if (!MatchesFormat(m_storage, *format)) return false;
   m_privateFormat.reset(format->Clone());
+  return true;
+}
+
+bool CFField::SetModelField(const CFModelField* modelField) {
+  if (m_name.empty()) return false;
+  if (modelField != nullptr && modelField->GetMFRole() == CFModelField::NoMFRole) return false;
+  m_modelField.reset(modelField != nullptr ? new CFModelField(*modelField) : nullptr);
+  return true;
+}
+
+bool CFField::SetGeo(const CFGeo* geo) {
+  if (m_name.empty()) return false;
+  m_geo.reset(geo != nullptr ? new CFGeo(*geo) : nullptr);
   return true;
 }
 

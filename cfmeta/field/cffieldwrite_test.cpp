@@ -6,6 +6,7 @@
 
 #include "cfmeta/field/cffield.h"
 #include "cfmeta/field/cffield_testutil.h"
+#include "cfmeta/field/cffieldparts_testutil.h"
 #include "cfmeta/format/cfnumberformat.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/xml/cfxml_testutil.h"
@@ -30,16 +31,9 @@ CFField ReadField(const std::string& fieldXml) {
 // Writes `field` under a fresh root and returns the written element's text, or "" when the
 // write failed (the root must then have no child).
 std::string Write(const CFField& field, bool isBase = false) {
-  auto doc = cfmeta_test::NewDocument();
-  CFXMLWrapper* created = reinterpret_cast<CFXMLWrapper*>(1);
-  field.AddToTree(*doc, created, isBase);
-  if (created == nullptr) {
-    CFXMLIteratorWrapper* it = nullptr;
-    doc->getElementDirectIterator("", &it);
-    EXPECT_EQ(nullptr, it->nextElement()) << "a failed write left a child behind";
-    return "";
-  }
-  return cfmeta_test::Serialise(*created);
+  return cfmeta_test::WrittenText([&](CFXMLWrapper& parent, CFXMLWrapper*& created) {
+    field.AddToTree(parent, created, isBase);
+  });
 }
 
 std::string Attr(const char* name, const std::string& value) {
