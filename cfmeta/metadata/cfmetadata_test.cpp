@@ -577,7 +577,7 @@ TEST(CFMetaDataTest, SetDatasetSummariesKeepsTheOldOnFailure) {
 
 // Every format class the library builds; formats.xml uses each of them as a shared format and
 // as a private format.
-const char kFormatClasses[] = "ncs";
+const char kFormatClasses[] = "ncsdt";
 
 // What every format of `meta` renders for a spread of values, one line per format: shared
 // formats, default slots and private formats, each led by its class and name.
@@ -644,6 +644,13 @@ TEST(CFMetaDataTest, EveryFormatClassSurvivesARoundTrip) {
   const CFFormat* units = first.GetField("Units")->GetPrivateFormat();
   ASSERT_NE(nullptr, units);
   EXPECT_EQ("minus 1 234 567 pcs", cfmeta_test::Render(*units, CFDatum(-1234567)));
+  const CFFormat* shipped = first.GetField("Shipped")->GetPrivateFormat();
+  ASSERT_NE(nullptr, shipped);
+  EXPECT_EQ("29 Feb 24 13:45",
+            cfmeta_test::Render(*shipped, CFDatum(1709214307.0), CFFormat::Seconds));
+  const CFFormat* clock = first.GetDefaultFormat(CFField::TimeStorage);
+  ASSERT_NE(nullptr, clock);
+  EXPECT_EQ("01:02:03.50", cfmeta_test::Render(*clock, CFDatum(3723.5), CFFormat::Seconds));
 
   std::string exported;
   ASSERT_TRUE(first.ExportXMLDoc(exported));
