@@ -244,6 +244,51 @@ TEST_F(CliTest, DatesTimesAndTimestampsShowAsSuch) {
   EXPECT_EQ("2000-03-01\n1970-01-01\n", formatted.out);
 }
 
+TEST_F(CliTest, CurrencyAndPercentColumnsShowDecorated) {
+  std::string data = Write("money.csv", "price,share,name\n1234.5,12.5,a\n-20,7.25,b\n");
+  Result profiled = Run({"profile", data, "--max-categories", "1", "--currency", "price",
+                         "--percent=share", "-o", Path("money.xml")});
+  ASSERT_EQ(0, profiled.status) << profiled.err;
+  Result shown = Run({"show", Path("money.xml")});
+  ASSERT_EQ(0, shown.status) << shown.err;
+  EXPECT_THAT(shown.out, HasSubstr("min -$20.0  max $1,234.5"));
+  EXPECT_THAT(shown.out, HasSubstr("min 7.25%  max 12.50%"));
+  Result formatted = Run({"format", Path("money.xml"), "price", "-1234567.25"});
+  EXPECT_EQ("-$1,234,567.2\n", formatted.out);
+
+  struct Row {
+    std::vector<std::string> args;
+    std::string message;
+  } rows[] = {
+      {{"profile", data, "--currency", "price,cost"},
+       data + ": line 1: header: there is no column 'cost' to show as currency"},
+      {{"profile", data, "--percent", "name"},
+       data + ": column 'name' is not numeric, so it cannot show as a percentage"},
+      {{"profile", data, "--currency", "price", "--currency-symbol", "0$"},
+       data + ": column 'price': the currency symbol '0$' cannot start with 0"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.message);
+    Result result = Run(row.args);
+    EXPECT_EQ(1, result.status);
+    EXPECT_EQ("cfmeta: " + row.message + "\n", result.err);
+  }
+}
+
+TEST_F(CliTest, ShowListsModelRolesGeometriesAndEveryFormatClass) {
+  Result scoring = Run({"show", CFMETA_TESTDATA_DIR "/scoring.xml"});
+  ASSERT_EQ(0, scoring.status) << scoring.err;
+  EXPECT_THAT(scoring.out, HasSubstr("$RP-Churn-yes  probability             Churn = yes"));
+  Result geography = Run({"show", CFMETA_TESTDATA_DIR "/geography.xml"});
+  ASSERT_EQ(0, geography.status) << geography.err;
+  EXPECT_THAT(geography.out, HasSubstr("Location  point         wkid 4326, geographic"));
+  Result formats = Run({"show", CFMETA_TESTDATA_DIR "/formats.xml"});
+  ASSERT_EQ(0, formats.status) << formats.err;
+  EXPECT_THAT(formats.out, HasSubstr("Dollars  currency w=14 d=2 \"$#\" neg \"($#)\"  numbers"));
+  EXPECT_THAT(formats.out, HasSubstr("Hex      string w=16 hex"));
+  EXPECT_THAT(formats.out, HasSubstr("date d_monthName_Y w=free + time h_M w=5 d=0"));
+}
+
 TEST_F(CliTest, FormatRendersThroughTheFieldsFormat) {
   // Income uses the shared format Money: width 12, two decimals, grouped by commas.
   Result result =
@@ -254,6 +299,27 @@ TEST_F(CliTest, FormatRendersThroughTheFieldsFormat) {
   result = Run({"format", CFMETA_TESTDATA_DIR "/survey.xml", "Region", "North"});
   ASSERT_EQ(0, result.status) << result.err;
   EXPECT_EQ("North\n", result.out);
+
+  // One field per format class.
+  const std::string formats = CFMETA_TESTDATA_DIR "/formats.xml";
+  struct Row {
+    const char* field;
+    const char* value;
+    const char* text;
+  } rows[] = {
+      {"Amount", "-1234.5", "   ($1,234.50)"},  // decorated, shared
+      {"Weight", "1234.5", "  1,234E+003"},     // scientific, shared
+      {"Token", "abc", "abc"},                  // string
+      {"Ordered", "2024-02-29", "2024-02-29"},  // date, shared
+      {"Shipped", "2024-02-29T13:45:07", "29 Feb 24 13:45"},
+      {"Handling", "90061", "1 1:1:1"},  // a duration, unpadded
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.field);
+    result = Run({"format", formats, row.field, row.value});
+    ASSERT_EQ(0, result.status) << result.err;
+    EXPECT_EQ(std::string(row.text) + "\n", result.out);
+  }
 }
 
 }  // namespace

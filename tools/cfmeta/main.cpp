@@ -40,6 +40,9 @@ struct ProfileArgs {
   std::string output;
   std::string delimiter = ",";
   unsigned maxCategories = Profiler::kDefaultMaxCategories;
+  std::vector<std::string> currency;
+  std::vector<std::string> percent;
+  std::string currencySymbol = "$";
 };
 
 char DelimiterChar(const std::string& text) {
@@ -64,6 +67,12 @@ void Profile(const ProfileArgs& args) {
   uint64_t total = (fstat(fd, &info) == 0 && S_ISREG(info.st_mode)) ? info.st_size : 0;
 
   Profiler profiler(args.maxCategories);
+  for (const std::string& column : args.currency) {
+    profiler.Decorate(column, Profiler::Decoration::Currency, args.currencySymbol);
+  }
+  for (const std::string& column : args.percent) {
+    profiler.Decorate(column, Profiler::Decoration::Percent);
+  }
   CsvReader reader(name, DelimiterChar(args.delimiter), profiler);
   Progress progress(total, isatty(STDERR_FILENO) == 1);
   std::vector<char> buffer(kReadBytes);
@@ -83,7 +92,12 @@ void Profile(const ProfileArgs& args) {
   progress.Finish();
 
   std::vector<std::string> warnings;
-  std::unique_ptr<CFMetaData> metadata = profiler.Finish(warnings);
+  std::unique_ptr<CFMetaData> metadata;
+  try {
+    metadata = profiler.Finish(warnings);
+  } catch (const ToolError& e) {
+    throw ToolError(fmt::format("{}: {}", name, e.what()), e.ExitCode());
+  }
   for (const std::string& warning : warnings) {
     std::cerr << "cfmeta: warning: " << name << ": " << warning << '\n';
   }
@@ -171,6 +185,19 @@ int main(int argc, char** argv) {
           "keeps no value list")
       ->capture_default_str()
       ->check(CLI::Range(0u, 1000000u));
+
+  profile
+      ->add_option("--currency", profileArgs.currency,
+                   "Numeric columns to show as money: the currency symbol before the number")
+      ->delimiter(',')
+      ->type_name("COLUMN[,COLUMN...]");
+  profile
+      ->add_option("--percent", profileArgs.percent,
+                   "Numeric columns to show as percentages: a % after the number as it stands")
+      ->delimiter(',')
+      ->type_name("COLUMN[,COLUMN...]");
+  profile->add_option("--currency-symbol", profileArgs.currencySymbol, "The currency symbol")
+      ->capture_default_str();
 
   std::string showPath, checkPath, exportPath, formatPath, formatField;
   std::vector<std::string> formatValues;

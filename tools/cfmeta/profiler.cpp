@@ -10,6 +10,7 @@
 
 #include "cfmeta/field/cffield.h"
 #include "cfmeta/format/cfdateformat.h"
+#include "cfmeta/format/cfdecoratedformat.h"
 #include "cfmeta/format/cfnumberformat.h"
 #include "cfmeta/format/cftimeformat.h"
 #include "cfmeta/metadata/cfmetadata.h"
@@ -152,6 +153,37 @@ std::unique_ptr<CFFormat> DisplayFormatFor(Kind kind, int decimals) {
   }
 }
 
+const char* DecorationText(Profiler::Decoration decoration);
+
+// A free-width currency or percent format for a numeric column.
+std::unique_ptr<CFFormat> DecoratedFormatFor(const std::string& name, Kind kind, int decimals,
+                                             Profiler::Decoration decoration,
+                                             const std::string& symbol) {
+  if (kind != Kind::Integer && kind != Kind::Real) {
+    throw ToolError(fmt::format("column '{}' is not numeric, so it cannot show as {}", name,
+                                DecorationText(decoration)));
+  }
+  bool currency = decoration == Profiler::Decoration::Currency;
+  auto format = std::make_unique<CFDecoratedFormat>(
+      currency ? CFDecoratedFormat::Currency : CFDecoratedFormat::Percentage, -1, decimals);
+  const std::string prefix = currency ? symbol : "", suffix = currency ? "" : "%";
+  format->SetAffixes(prefix, suffix);
+  std::string setPrefix, setSuffix;
+  format->GetAffixes(setPrefix, setSuffix);
+  if (setPrefix != prefix || setSuffix != suffix) {
+    throw ToolError(
+        fmt::format("column '{}': the currency symbol '{}' cannot start with 0", name, symbol));
+  }
+  if (currency) {
+    format->SetSeparators(CFFormat::DecimalSymbol::Period, CFFormat::GroupingSymbol::Comma);
+  }
+  return format;
+}
+
+const char* DecorationText(Profiler::Decoration decoration) {
+  return decoration == Profiler::Decoration::Currency ? "currency" : "a percentage";
+}
+
 bool AllCarriable(const CFCatStatsStr& categories) {
   for (uint32_t i = 0; i < categories.GetNCats(); ++i) {
     if (!Carriable(categories.GetCatVal(i))) return false;
@@ -227,6 +259,10 @@ struct Profiler::Column {
 
 Profiler::Profiler(unsigned maxCategories) : m_maxCategories(maxCategories) {}
 
+void Profiler::Decorate(const std::string& name, Decoration decoration, const std::string& symbol) {
+  m_decorations[name] = Decorated{decoration, symbol};
+}
+
 Profiler::~Profiler() = default;
 
 void Profiler::Header(const std::vector<std::string>& names) {
@@ -239,6 +275,12 @@ void Profiler::Header(const std::vector<std::string>& names) {
     }
     if (!seen.insert(name).second) {
       throw ToolError(fmt::format("header: the column name '{}' appears twice", name));
+    }
+  }
+  for (const auto& decorated : m_decorations) {
+    if (seen.count(decorated.first) == 0) {
+      throw ToolError(fmt::format("header: there is no column '{}' to show as {}", decorated.first,
+                                  DecorationText(decorated.second.decoration)));
     }
   }
   m_columns.clear();
@@ -334,6 +376,11 @@ std::unique_ptr<CFMetaData> Profiler::Finish(std::vector<std::string>& warnings)
                                : field.SetSumStats(column.realStats.get());
     }
     std::unique_ptr<CFFormat> format = DisplayFormatFor(column.kind, column.decimals);
+    auto decorated = m_decorations.find(column.name);
+    if (decorated != m_decorations.end()) {
+      format = DecoratedFormatFor(column.name, column.kind, column.decimals,
+                                  decorated->second.decoration, decorated->second.symbol);
+    }
     if (format) stored = stored && field.SetPrivateFormat(format.get());
     if (!stored || metadata->AppendField(field) < 0) {
       throw ToolError(fmt::format("cannot add column '{}' to the document", column.name));

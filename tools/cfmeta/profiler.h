@@ -11,13 +11,17 @@
 // categorical (a flag for exactly two values), but its value list and category counts are kept
 // only while it has at most `maxCategories` distinct values. Categorical fields get their
 // sorted value list and category counts, continuous fields their continuous statistics, numeric
-// fields a free-width number format with as many decimals as the data show (at most 10).
+// fields a free-width number format with as many decimals as the data show (at most 10), or a
+// currency or percent format for the columns given to Decorate. Columns of ISO 8601 dates, times
+// of day and timestamps get date, time and timestamp storage (days or seconds from 1970-01-01
+// GMT), continuous statistics and ISO display formats.
 //
 // Memory grows with the number of columns and of distinct values kept, never with the rows.
 #ifndef TOOLS_CFMETA_PROFILER_H_
 #define TOOLS_CFMETA_PROFILER_H_
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -34,8 +38,18 @@ class Profiler : public CsvSink {
   static constexpr unsigned kDefaultMaxCategories = 50;
   static constexpr int kMaxDecimals = 10;
 
+  // How a numeric column's values display, beside the plain number format.
+  enum class Decoration { Currency, Percent };
+
   explicit Profiler(unsigned maxCategories = kDefaultMaxCategories);
   ~Profiler() override;
+
+  // Gives column `name` a currency format (`symbol` before the number, digits grouped by
+  // commas) or a percent format ("%" after the number, which is shown as it stands) in place
+  // of the plain number format. Header then throws ToolError when no column has that name, and
+  // Finish when the column is not numeric or `symbol` starts with a digit zero. Call before
+  // Header.
+  void Decorate(const std::string& name, Decoration decoration, const std::string& symbol = "$");
 
   // Throws ToolError for an empty column name, a duplicate one, or a name an XML document
   // cannot carry.
@@ -49,7 +63,12 @@ class Profiler : public CsvSink {
 
  private:
   struct Column;
+  struct Decorated {
+    Decoration decoration;
+    std::string symbol;
+  };
   unsigned m_maxCategories;
+  std::map<std::string, Decorated> m_decorations;
   std::vector<Column> m_columns;
   uint64_t m_rows = 0;
 

@@ -10,8 +10,12 @@
 #include <vector>
 
 #include "cfmeta/field/cffield.h"
+#include "cfmeta/field/cfgeo.h"
+#include "cfmeta/field/cfmodelfield.h"
 #include "cfmeta/format/cfdateformat.h"
+#include "cfmeta/format/cfdecoratedformat.h"
 #include "cfmeta/format/cfnumberformat.h"
+#include "cfmeta/format/cfstringformat.h"
 #include "cfmeta/format/cftimeformat.h"
 #include "cfmeta/metadata/cfmetadata.h"
 #include "cfmeta/stats/cfcatstats.h"
@@ -86,16 +90,19 @@ std::string DescribeFormat(const CFFormat& format) {
     if (const CFTimeFormat* time = date->GetTimeFormat()) text += " + " + DescribeFormat(*time);
     return text;
   }
-  const char* kind = "format";
-  switch (format.GetFormatClass()) {
-    case 'c':
-      kind = "decorated";
-      break;
-    case 's':
-      kind = "string";
-      break;
+  if (const auto* decorated = dynamic_cast<const CFDecoratedFormat*>(&format)) {
+    std::string prefix, suffix, negPrefix, negSuffix;
+    decorated->GetAffixes(prefix, suffix);
+    decorated->GetNegAffixes(negPrefix, negSuffix);
+    return fmt::format(
+        "{} w={} d={} \"{}#{}\" neg \"{}{}#{}{}\"",
+        TypeText(CFDecoratedFormat::gFmtTypeDict, decorated->GetFormatType(), "decorated"), width,
+        decorated->GetDecimals(), prefix, suffix, negPrefix, prefix, suffix, negSuffix);
   }
-  return fmt::format("{} w={}", kind, width);
+  if (const auto* text = dynamic_cast<const CFStringFormat*>(&format)) {
+    return fmt::format("string w={}{}", width, text->GetHexRep() ? " hex" : "");
+  }
+  return fmt::format("format w={}", width);
 }
 
 std::string FieldFormat(const CFField& field) {
@@ -214,6 +221,58 @@ void WriteRows(const std::vector<std::vector<std::string>>& rows, std::ostream& 
   }
 }
 
+std::string ModelTarget(const CFModelField& model) {
+  std::string targetField, group, tag;
+  CFDatum value;
+  model.GetTargetProps(targetField, value, group, tag);
+  std::string text = targetField.empty() ? "-" : targetField;
+  std::string valueText;
+  if (!value.IsNull() && value.ToString(valueText, 0)) text += " = " + valueText;
+  return text;
+}
+
+std::string CoordinateSystem(const CFGeo& geo) {
+  bool set = false;
+  std::vector<std::string> parts;
+  int32_t wkid = geo.GetWkid(set);
+  if (set) parts.push_back(fmt::format("wkid {}", wkid));
+  std::string csname = geo.GetCsname(set);
+  if (set && !csname.empty()) parts.push_back(csname);
+  std::string wkt = geo.GetWkt(set);
+  if (set && !wkt.empty() && parts.empty()) parts.push_back(Cell(wkt, kMaxLabelChars));
+  bool projected = geo.GetIsProjected(set);
+  if (set) parts.push_back(projected ? "projected" : "geographic");
+  return parts.empty() ? "-" : fmt::format("{}", fmt::join(parts, ", "));
+}
+
+// Model roles and geometries, for the fields that have them.
+void WriteModelAndGeo(const CFMetaData& metadata, std::ostream& out) {
+  std::vector<std::vector<std::string>> models{{"name", "model role", "target"}};
+  std::vector<std::vector<std::string>> geos{{"name", "geometry", "coordinate system"}};
+  for (unsigned int i = 0; i < metadata.FieldCount(); ++i) {
+    const CFField& field = *metadata.GetField(i);
+    if (const CFModelField* model = field.GetModelField()) {
+      std::string role = EntityText(CFField::kModelFieldRoleTable, model->GetMFRole());
+      if (!model->GetMFExtendedRole().empty()) role += " (" + model->GetMFExtendedRole() + ")";
+      models.push_back({Cell(field.GetName()), Cell(role), Cell(ModelTarget(*model))});
+    }
+    if (const CFGeo* geo = field.GetGeo()) {
+      bool set = false;
+      CFGeo::Type type = geo->GetType(set);
+      geos.push_back({Cell(field.GetName()), set ? EntityText(CFField::kGeoTypeTable, type) : "-",
+                      CoordinateSystem(*geo)});
+    }
+  }
+  if (models.size() > 1) {
+    out << "\nModel fields: " << models.size() - 1 << "\n\n";
+    WriteRows(models, out);
+  }
+  if (geos.size() > 1) {
+    out << "\nGeospatial fields: " << geos.size() - 1 << "\n\n";
+    WriteRows(geos, out);
+  }
+}
+
 }  // namespace
 
 void WriteTable(const CFMetaData& metadata, std::ostream& out) {
@@ -232,6 +291,7 @@ void WriteTable(const CFMetaData& metadata, std::ostream& out) {
   }
   out << "Fields: " << metadata.FieldCount() << "\n\n";
   WriteRows(rows, out);
+  WriteModelAndGeo(metadata, out);
 
   out << "\nRecords: ";
   double records = metadata.GetRecordCount(false);
