@@ -15,6 +15,7 @@
 #include "cfmeta/format/cfformat.h"
 #include "cfmeta/metadata/cfmetadata.h"
 #include "cfmeta/stats/cfcontstats.h"
+#include "cfmeta/vocab/cfvocabulary.h"
 
 namespace {
 
@@ -172,6 +173,22 @@ TEST_F(CliTest, BadInputExitsOneNamingTheFile) {
     EXPECT_EQ("", result.out);
     EXPECT_THAT(result.err, StartsWith("cfmeta: " + row.message));
   }
+}
+
+TEST_F(CliTest, SummariesAreStoredAndShown) {
+  std::string data = Write("people.csv", kSample);
+  Result plain = Run({"profile", data});
+  Result profiled = Run({"profile", data, "--summaries", "-o", Path("people.xml")});
+  ASSERT_EQ(0, profiled.status) << profiled.err;
+  EXPECT_EQ(std::string::npos, plain.out.find(CfCppHelperV1::XMLElements::DatasetSummaries));
+  Result shown = Run({"show", Path("people.xml")});
+  ASSERT_EQ(0, shown.status) << shown.err;
+  EXPECT_THAT(shown.out, HasSubstr("Summaries: 5"));
+  EXPECT_THAT(shown.out,
+              HasSubstr("city: valid 6, missing 0; mode Leeds, median Leeds; 3 categories"));
+  EXPECT_THAT(shown.out, HasSubstr("note: valid 5, missing 1;"));
+  Result exported = Run({"export", Path("people.xml")});
+  EXPECT_EQ(Slurp(Path("people.xml")), exported.out);
 }
 
 TEST_F(CliTest, HeaderOnlyFileGivesFieldsAndNoRecords) {

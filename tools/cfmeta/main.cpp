@@ -43,6 +43,7 @@ struct ProfileArgs {
   std::vector<std::string> currency;
   std::vector<std::string> percent;
   std::string currencySymbol = "$";
+  bool summaries = false;
 };
 
 char DelimiterChar(const std::string& text) {
@@ -66,7 +67,7 @@ void Profile(const ProfileArgs& args) {
   }
   uint64_t total = (fstat(fd, &info) == 0 && S_ISREG(info.st_mode)) ? info.st_size : 0;
 
-  Profiler profiler(args.maxCategories);
+  Profiler profiler(args.maxCategories, args.summaries);
   for (const std::string& column : args.currency) {
     profiler.Decorate(column, Profiler::Decoration::Currency, args.currencySymbol);
   }
@@ -198,6 +199,9 @@ int main(int argc, char** argv) {
       ->type_name("COLUMN[,COLUMN...]");
   profile->add_option("--currency-symbol", profileArgs.currencySymbol, "The currency symbol")
       ->capture_default_str();
+  profile->add_flag("--summaries", profileArgs.summaries,
+                    "Also store dataset summaries: valid and missing counts, moments up to the "
+                    "fourth of continuous fields, distributions of categorical ones");
 
   std::string showPath, checkPath, exportPath, formatPath, formatField;
   std::vector<std::string> formatValues;

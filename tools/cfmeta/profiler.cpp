@@ -16,10 +16,13 @@
 #include "cfmeta/metadata/cfmetadata.h"
 #include "cfmeta/stats/cfcatstatsimp.h"
 #include "cfmeta/stats/cfcontstats.h"
+#include "cfmeta/stats/cfmoments.h"
+#include "cfmeta/summaries/cfdatasetsummaries.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
 #include "tools/cfmeta/document.h"
 #include "tools/cfmeta/isodate.h"
+#include "tools/cfmeta/summaries.h"
 #include "tools/cfmeta/toolerror.h"
 
 namespace cfmeta_tool {
@@ -202,6 +205,11 @@ struct Profiler::Column {
   // Integer statistics while every value is an integer, real ones while every value is a number.
   std::unique_ptr<CFContStatsInt> intStats = std::make_unique<CFContStatsInt>();
   std::unique_ptr<CFContStatsDbl> realStats = std::make_unique<CFContStatsDbl>();
+  // Moments for the summaries, when they are asked for.
+  std::unique_ptr<CFMoments> moments;
+  uint64_t valid = 0;
+  // More distinct values were seen than the categories hold.
+  bool exceeded = false;
   std::string key;
 
   // Moves the column's kind along as its cells show more: an integer column may turn real,
@@ -214,6 +222,7 @@ struct Profiler::Column {
         kind = Kind::Integer;
         intStats->Update(integer);
         realStats->Update(static_cast<double>(integer));
+        if (moments) moments->Update(static_cast<double>(integer));
         return;
       }
     }
@@ -236,6 +245,7 @@ struct Profiler::Column {
       kind = Kind::String;
       intStats.reset();
       realStats.reset();
+      moments.reset();
     }
   }
 
@@ -244,20 +254,25 @@ struct Profiler::Column {
     kind = to;
     intStats.reset();
     realStats->Update(value);
+    if (moments) moments->Update(value);
     decimals = std::max(decimals, std::min(places, kMaxDecimals));
   }
 
-  void Count(const char* text, size_t length, unsigned maxCategories) {
+  // Counts the text among the categories until more distinct texts come than they may hold;
+  // then they are dropped, or with `keepWhenFull` kept counting only the texts they hold.
+  void Count(const char* text, size_t length, unsigned maxCategories, bool keepWhenFull) {
     key.assign(text, length);
     if (categories->GetNCats() < maxCategories) {
       categories->Update(key, 1.0);
     } else if (!categories->UpdateIfKnown(key, 1.0)) {
-      categories.reset();
+      exceeded = true;
+      if (!keepWhenFull) categories.reset();
     }
   }
 };
 
-Profiler::Profiler(unsigned maxCategories) : m_maxCategories(maxCategories) {}
+Profiler::Profiler(unsigned maxCategories, bool summaries)
+    : m_maxCategories(maxCategories), m_summaries(summaries) {}
 
 void Profiler::Decorate(const std::string& name, Decoration decoration, const std::string& symbol) {
   m_decorations[name] = Decorated{decoration, symbol};
@@ -285,14 +300,18 @@ void Profiler::Header(const std::vector<std::string>& names) {
   }
   m_columns.clear();
   m_columns.resize(names.size());
-  for (size_t i = 0; i < names.size(); ++i) m_columns[i].name = names[i];
+  for (size_t i = 0; i < names.size(); ++i) {
+    m_columns[i].name = names[i];
+    if (m_summaries) m_columns[i].moments = std::make_unique<CFMoments>();
+  }
 }
 
 void Profiler::Cell(size_t column, const char* text, size_t length) {
   if (text == nullptr || length == 0) return;  // empty, quoted or not, is null
   Column& c = m_columns[column];
   if (c.kind != Kind::String) c.Classify(text, length);
-  if (c.categories) c.Count(text, length, m_maxCategories);
+  ++c.valid;
+  if (c.categories) c.Count(text, length, m_maxCategories, m_summaries);
 }
 
 void Profiler::EndRow() { ++m_rows; }
@@ -306,14 +325,14 @@ std::unique_ptr<CFCatStats> Profiler::TakeCategories(Column& column,
     case Kind::Timestamp:
       return nullptr;
     case Kind::Integer:
-      if (!column.categories) return nullptr;
+      if (column.exceeded) return nullptr;
       return Retype<CFCatStatsInt>(*column.categories, [](const std::string& text) {
         long long value = 0;
         ParseInteger(text.data(), text.size(), value);
         return value;
       });
     case Kind::Real:
-      if (!column.categories) return nullptr;
+      if (column.exceeded) return nullptr;
       return Retype<CFCatStatsDbl>(*column.categories, [](const std::string& text) {
         double value = 0.0;
         int places;
@@ -323,7 +342,7 @@ std::unique_ptr<CFCatStats> Profiler::TakeCategories(Column& column,
     case Kind::String:
       break;
   }
-  if (!column.categories) {
+  if (column.exceeded) {
     warnings.push_back(fmt::format(
         "column '{}': more than {} distinct values; its value list and category counts are "
         "left out (--max-categories raises the limit)",
@@ -346,6 +365,9 @@ std::unique_ptr<CFMetaData> Profiler::Finish(std::vector<std::string>& warnings)
   doc.createNew(XMLElements::Fields);
   if (doc.getElement() == nullptr) throw ToolError("cannot start a metadata document");
 
+  std::vector<ColumnSummary> summaries;
+  // The summaries point into the categories, so they live until the tree is built.
+  std::vector<std::unique_ptr<CFCatStats>> kept;
   for (Column& column : m_columns) {
     std::unique_ptr<CFCatStats> categories = TakeCategories(column, warnings);
     CFField::StorageType storage = StorageOf(column.kind);
@@ -385,6 +407,30 @@ std::unique_ptr<CFMetaData> Profiler::Finish(std::vector<std::string>& warnings)
     if (!stored || metadata->AppendField(field) < 0) {
       throw ToolError(fmt::format("cannot add column '{}' to the document", column.name));
     }
+
+    if (m_summaries) {
+      ColumnSummary summary;
+      summary.name = column.name;
+      summary.valid = column.valid;
+      summary.missing = m_rows - column.valid;
+      if (!categorical) {
+        summary.moments = column.moments.get();
+        summary.extrema = column.realStats.get();
+      } else if (count > 0) {
+        summary.categories = categories.get();  // sorted with the field's values
+      } else if (column.kind == Kind::String && column.exceeded && column.categories &&
+                 AllCarriable(*column.categories)) {
+        column.categories->ReorderCats(true);
+        summary.categories = column.categories.get();
+        summary.exceeded = true;
+      }
+      summaries.push_back(summary);
+      kept.push_back(std::move(categories));
+    }
+  }
+  if (m_summaries) {
+    std::unique_ptr<CFDatasetSummaries> tree = BuildSummaries(summaries);
+    if (tree) metadata->setDatasetSummaries(tree.release());
   }
   double rows = static_cast<double>(m_rows);
   metadata->SetRecordCounts(rows, rows);

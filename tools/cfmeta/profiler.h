@@ -41,7 +41,10 @@ class Profiler : public CsvSink {
   // How a numeric column's values display, beside the plain number format.
   enum class Decoration { Currency, Percent };
 
-  explicit Profiler(unsigned maxCategories = kDefaultMaxCategories);
+  // With `summaries`, Finish also stores the dataset summaries: valid and missing counts,
+  // moments up to the fourth of continuous fields and the distribution of categorical ones
+  // (for a string column beyond the category limit, of its first values only).
+  explicit Profiler(unsigned maxCategories = kDefaultMaxCategories, bool summaries = false);
   ~Profiler() override;
 
   // Gives column `name` a currency format (`symbol` before the number, digits grouped by
@@ -68,6 +71,7 @@ class Profiler : public CsvSink {
     std::string symbol;
   };
   unsigned m_maxCategories;
+  bool m_summaries;
   std::map<std::string, Decorated> m_decorations;
   std::vector<Column> m_columns;
   uint64_t m_rows = 0;

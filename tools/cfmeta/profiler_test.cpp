@@ -12,6 +12,11 @@
 #include "cfmeta/metadata/cfmetadata.h"
 #include "cfmeta/stats/cfcatstats.h"
 #include "cfmeta/stats/cfcontstats.h"
+#include "cfmeta/summaries/cfdatasetsummaries.h"
+#include "cfmeta/summaries/cfdistributionsummary.h"
+#include "cfmeta/summaries/cffieldsummaries.h"
+#include "cfmeta/summaries/cfstatisticsext.h"
+#include "cfmeta/vocab/cfvocabulary.h"
 #include "tools/cfmeta/csvreader.h"
 #include "tools/cfmeta/toolerror.h"
 
@@ -27,8 +32,8 @@ struct Profiled {
 
 // Profiles `text`, fed in pieces of `piece` bytes (all at once for 0).
 Profiled Profile(const std::string& text, unsigned maxCategories = 5, size_t piece = 0,
-                 char delimiter = ',') {
-  Profiler profiler(maxCategories);
+                 char delimiter = ',', bool summaries = false) {
+  Profiler profiler(maxCategories, summaries);
   CsvReader reader("data.csv", delimiter, profiler);
   if (piece == 0) piece = text.size() + 1;
   for (size_t at = 0; at < text.size(); at += piece) {
@@ -250,6 +255,81 @@ TEST(ProfilerTest, ColumnsWithoutDataLoadBack) {
     ASSERT_TRUE(result.metadata->ExportXMLDoc(xml));
     EXPECT_EQ(2u, CFMetaData(xml, nullptr).FieldCount());
   }
+}
+
+TEST(ProfilerTest, SummariesMatchATwoPassComputation) {
+  // x: 1, 2, 4, 8, 16, 32 and one empty cell; c: categories with counts 3, 2, 1 (a limit of
+  // 2 lets the string column t exceed it); e: empty throughout.
+  std::string text = "x,c,t,e\n";
+  const char* xs[] = {"1", "2", "4", "8", "16", "32", ""};
+  const char* cs[] = {"b", "a", "b", "c", "b", "a", "a"};
+  const char* ts[] = {"p", "q", "r", "p", "p", "s", "q"};
+  for (int i = 0; i < 7; ++i) text += std::string(xs[i]) + "," + cs[i] + "," + ts[i] + ",\n";
+  Profiled result = Profile(text, 2, 0, ',', true);
+  const CFDatasetSummaries* summaries = result.metadata->getDatasetSummaries();
+  ASSERT_NE(nullptr, summaries);
+  const CFFieldSummaries* fields = summaries->getFieldSummaries();
+  ASSERT_NE(nullptr, fields);
+  ASSERT_EQ(3u, fields->getFieldSummaryCount());  // e has nothing to summarise
+
+  const CFFieldSummary& x = *fields->getFieldSummary(0);
+  EXPECT_EQ("x", x.getFieldName());
+  EXPECT_EQ(6, x.getValidCount());
+  EXPECT_EQ(1, x.getMissingCount());
+  const CFContinuousStatisticsExt* moments = x.getConStatistics();
+  ASSERT_NE(nullptr, moments);
+  const double values[] = {1, 2, 4, 8, 16, 32};
+  const double n = 6;
+  double mean = 0, m2 = 0, m3 = 0, m4 = 0;
+  for (double v : values) mean += v / n;
+  for (double v : values) {
+    m2 += std::pow(v - mean, 2);
+    m3 += std::pow(v - mean, 3);
+    m4 += std::pow(v - mean, 4);
+  }
+  const double variance = m2 / (n - 1);
+  const double g1 = (m3 / n) / std::pow(m2 / n, 1.5);
+  const double g2 = (m4 / n) / std::pow(m2 / n, 2) - 3;
+  EXPECT_DOUBLE_EQ(mean, moments->getMean());
+  EXPECT_DOUBLE_EQ(variance, moments->getVariance());
+  EXPECT_NEAR(std::sqrt(n * (n - 1)) / (n - 2) * g1, moments->getSkewness(), 1e-12);
+  EXPECT_NEAR((n - 1) / ((n - 2) * (n - 3)) * ((n + 1) * g2 + 6), moments->getKurtosis(), 1e-12);
+  EXPECT_DOUBLE_EQ(mean + 3 * std::sqrt(variance), moments->getOutlierUpperBound());
+  EXPECT_EQ(1.0, moments->getMinimum());
+  EXPECT_EQ(32.0, moments->getMaximum());
+
+  // c holds three categories, over the limit of 2: it is a string column, categorical anyway.
+  const CFFieldSummary& t = *fields->getFieldSummary(2);
+  ASSERT_NE(nullptr, t.getDisStatistics());
+  const CFDistributionSummary* partial = t.getDisStatistics()->getDistributionSummary();
+  ASSERT_NE(nullptr, partial);
+  EXPECT_EQ(CfCppHelperV1::XMLEntities::True, partial->getMaxCatsExceeded());
+  EXPECT_EQ(2u, partial->getCategoryCount());  // p and q, the first two seen
+
+  result = Profile(text, 5, 0, ',', true);
+  const CFFieldSummary& c =
+      *result.metadata->getDatasetSummaries()->getFieldSummaries()->getFieldSummary(1);
+  ASSERT_NE(nullptr, c.getDisStatistics());
+  EXPECT_EQ("a", c.getDisStatistics()->getMode());    // a and b three times each: the first
+  EXPECT_EQ("b", c.getDisStatistics()->getMedian());  // a holds 3 of 7, a and b 6
+  const CFDistributionSummary* full = c.getDisStatistics()->getDistributionSummary();
+  ASSERT_NE(nullptr, full);
+  EXPECT_EQ(CfCppHelperV1::XMLEntities::False, full->getMaxCatsExceeded());
+  ASSERT_EQ(3u, full->getCategoryCount());
+  double total = 0;
+  for (size_t i = 0; i < full->getCategoryCount(); ++i)
+    total += full->getCategory(i)->getPercentage();
+  EXPECT_NEAR(100.0, total, 1e-9);
+  EXPECT_NEAR(100.0, full->getCategory(2)->getCumPercentage(), 1e-9);
+
+  // The summaries travel with the document.
+  std::string xml;
+  ASSERT_TRUE(result.metadata->ExportXMLDoc(xml));
+  CFMetaData reloaded(xml, nullptr);
+  ASSERT_NE(nullptr, reloaded.getDatasetSummaries());
+  std::string again;
+  ASSERT_TRUE(reloaded.ExportXMLDoc(again));
+  EXPECT_EQ(xml, again);
 }
 
 }  // namespace

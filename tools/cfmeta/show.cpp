@@ -20,7 +20,9 @@
 #include "cfmeta/metadata/cfmetadata.h"
 #include "cfmeta/stats/cfcatstats.h"
 #include "cfmeta/stats/cfcontstats.h"
+#include "cfmeta/summaries/cfdatasetsummaries.h"
 #include "tools/cfmeta/document.h"
+#include "tools/cfmeta/summaries.h"
 
 namespace cfmeta_tool {
 
@@ -292,6 +294,10 @@ void WriteTable(const CFMetaData& metadata, std::ostream& out) {
   out << "Fields: " << metadata.FieldCount() << "\n\n";
   WriteRows(rows, out);
   WriteModelAndGeo(metadata, out);
+
+  if (const CFDatasetSummaries* summaries = metadata.getDatasetSummaries()) {
+    WriteSummaries(*summaries, out);
+  }
 
   out << "\nRecords: ";
   double records = metadata.GetRecordCount(false);

@@ -1,0 +1,44 @@
+// The dataset summaries `cfmeta profile --summaries` computes: per field its valid and missing
+// counts, and for a continuous field its moments up to the fourth with outlier bounds, or for a
+// categorical one its distribution of categories with mode and median.
+#ifndef TOOLS_CFMETA_SUMMARIES_H_
+#define TOOLS_CFMETA_SUMMARIES_H_
+
+#include <cstdint>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+class CFCatStats;
+class CFContStats;
+class CFDatasetSummaries;
+class CFMoments;
+
+namespace cfmeta_tool {
+
+// What one column adds to the summaries. At most one of the two blocks is given; a column
+// with neither (no valid value) has no summary.
+struct ColumnSummary {
+  std::string name;
+  uint64_t valid = 0;
+  uint64_t missing = 0;
+  // A continuous column: its moments and its extrema. Not owned.
+  const CFMoments* moments = nullptr;
+  const CFContStats* extrema = nullptr;
+  // A categorical column: its categories in ascending order, and whether more values were
+  // seen than they hold. Not owned.
+  const CFCatStats* categories = nullptr;
+  bool exceeded = false;
+};
+
+// The summary tree of `columns`; null when no column has a summary. Statistics that do not
+// exist for the data (the skewness of two values, say) are left out.
+std::unique_ptr<CFDatasetSummaries> BuildSummaries(const std::vector<ColumnSummary>& columns);
+
+// The summaries of a document, one line per field, for `cfmeta show`.
+void WriteSummaries(const CFDatasetSummaries& summaries, std::ostream& out);
+
+}  // namespace cfmeta_tool
+
+#endif  // TOOLS_CFMETA_SUMMARIES_H_
