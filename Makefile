@@ -16,7 +16,8 @@ build: configure
 	cmake --build $(BUILD) -j $(JOBS)
 
 demo: build
-	./$(BUILD)/tools/cfmeta profile testdata/customers.csv -o $(BUILD)/customers.xml
+	./$(BUILD)/tools/cfmeta profile testdata/customers.csv --summaries \
+	  --currency income,monthly_spend -o $(BUILD)/customers.xml
 	./$(BUILD)/tools/cfmeta show $(BUILD)/customers.xml
 
 test: build

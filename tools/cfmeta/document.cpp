@@ -180,6 +180,12 @@ std::string Render(const CFDatum& value, const CFFormat* format, CFFormat::Value
   return text;
 }
 
+std::string Trim(const std::string& text) {
+  size_t first = text.find_first_not_of(' ');
+  if (first == std::string::npos) return std::string();
+  return text.substr(first, text.find_last_not_of(' ') - first + 1);
+}
+
 bool ParseValue(const std::string& text, CFField::StorageType storage, CFDatum& value) {
   CFDatum::DataType type = CFField::DatumTypeOf(storage);
   if (text.empty()) {

@@ -42,6 +42,9 @@ CFFormat::ValueUnits UnitsOf(CFField::StorageType storage);
 std::string Render(const CFDatum& value, const CFFormat* format, CFFormat::ValueUnits units,
                    int digits = 15);
 
+// `text` without the spaces a fixed-width format puts around it.
+std::string Trim(const std::string& text);
+
 // The datum a command-line text stands for in a field of `storage`: an empty text is null;
 // a date, time or timestamp field also takes its ISO 8601 form. False when the text is not a
 // value of that storage.

@@ -20,7 +20,6 @@
 #include "cfmeta/metadata/cfmetadata.h"
 #include "cfmeta/stats/cfcatstats.h"
 #include "cfmeta/stats/cfcontstats.h"
-#include "cfmeta/summaries/cfdatasetsummaries.h"
 #include "tools/cfmeta/document.h"
 #include "tools/cfmeta/summaries.h"
 
@@ -52,12 +51,6 @@ std::string Cell(std::string text, size_t maxChars = 0) {
     text = text.substr(0, cut) + "\u2026";
   }
   return text;
-}
-
-std::string Trim(const std::string& text) {
-  size_t first = text.find_first_not_of(' ');
-  if (first == std::string::npos) return std::string();
-  return text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
 std::string Count(double count) {
@@ -166,9 +159,11 @@ std::string ContinuousSummary(const CFContStats& stats, const CFField& field,
   const CFFormat* moments = finer ? finer.get() : format;
   double sd = std::sqrt(stats.GetVariance());
   // A spread of dates or times is a length of time, not a date or time itself.
-  std::string spread = units == CFFormat::Days      ? fmt::format("{:.6g} days", sd)
-                       : units == CFFormat::Seconds ? fmt::format("{:.6g} s", sd)
-                                                    : Trim(Render(CFDatum(sd), moments, units, 6));
+  std::string spread =
+      units == CFFormat::Days ? fmt::format("{:.6g} days", sd)
+      : units == CFFormat::Seconds
+          ? (sd >= 86400 ? fmt::format("{:.6g} days", sd / 86400) : fmt::format("{:.6g} s", sd))
+          : Trim(Render(CFDatum(sd), moments, units, 6));
   return fmt::format("min {}  max {}  mean {}  sd {}", Trim(Render(low, format, units)),
                      Trim(Render(high, format, units)),
                      Trim(Render(CFDatum(stats.GetMean()), moments, units, 6)), spread);
@@ -295,9 +290,7 @@ void WriteTable(const CFMetaData& metadata, std::ostream& out) {
   WriteRows(rows, out);
   WriteModelAndGeo(metadata, out);
 
-  if (const CFDatasetSummaries* summaries = metadata.getDatasetSummaries()) {
-    WriteSummaries(*summaries, out);
-  }
+  WriteSummaries(metadata, out);
 
   out << "\nRecords: ";
   double records = metadata.GetRecordCount(false);

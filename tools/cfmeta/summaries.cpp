@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "cfmeta/field/cfdatum.h"
+#include "cfmeta/metadata/cfmetadata.h"
 #include "cfmeta/stats/cfcatstats.h"
 #include "cfmeta/stats/cfcontstats.h"
 #include "cfmeta/stats/cfmoments.h"
@@ -14,6 +15,7 @@
 #include "cfmeta/summaries/cfstatisticsext.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
+#include "tools/cfmeta/document.h"
 #include "tools/cfmeta/toolerror.h"
 
 namespace cfmeta_tool {
@@ -145,8 +147,9 @@ std::unique_ptr<CFDatasetSummaries> BuildSummaries(const std::vector<ColumnSumma
   return summaries;
 }
 
-void WriteSummaries(const CFDatasetSummaries& summaries, std::ostream& out) {
-  const CFFieldSummaries* fields = summaries.getFieldSummaries();
+void WriteSummaries(const CFMetaData& metadata, std::ostream& out) {
+  const CFDatasetSummaries* summaries = metadata.getDatasetSummaries();
+  const CFFieldSummaries* fields = summaries ? summaries->getFieldSummaries() : nullptr;
   if (fields == nullptr) return;
   out << "\nSummaries: " << fields->getFieldSummaryCount() << "\n\n";
   for (size_t i = 0; i < fields->getFieldSummaryCount(); ++i) {
@@ -163,8 +166,13 @@ void WriteSummaries(const CFDatasetSummaries& summaries, std::ostream& out) {
                             Number(stats->getStdErrKurtosis()));
       }
       if (stats->hasOutlierLowerBound() && stats->hasOutlierUpperBound()) {
-        line += fmt::format("; outliers beyond {} .. {}", Number(stats->getOutlierLowerBound()),
-                            Number(stats->getOutlierUpperBound()));
+        const CFField* described = metadata.GetField(field.getFieldName());
+        const CFFormat* format = described ? DisplayFormat(metadata, *described) : nullptr;
+        CFFormat::ValueUnits units =
+            described ? UnitsOf(described->GetStorage()) : CFFormat::NoUnits;
+        auto bound = [&](double value) { return Trim(Render(CFDatum(value), format, units, 6)); };
+        line += fmt::format("; outliers beyond {} .. {}", bound(stats->getOutlierLowerBound()),
+                            bound(stats->getOutlierUpperBound()));
       }
     } else if (const CFDiscreteStatisticsExt* stats = field.getDisStatistics()) {
       line += fmt::format("; mode {}, median {}", stats->getMode(), stats->getMedian());

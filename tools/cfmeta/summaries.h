@@ -13,6 +13,7 @@
 class CFCatStats;
 class CFContStats;
 class CFDatasetSummaries;
+class CFMetaData;
 class CFMoments;
 
 namespace cfmeta_tool {
@@ -36,8 +37,9 @@ struct ColumnSummary {
 // exist for the data (the skewness of two values, say) are left out.
 std::unique_ptr<CFDatasetSummaries> BuildSummaries(const std::vector<ColumnSummary>& columns);
 
-// The summaries of a document, one line per field, for `cfmeta show`.
-void WriteSummaries(const CFDatasetSummaries& summaries, std::ostream& out);
+// The summaries of `metadata`, one line per field, for `cfmeta show`; outlier bounds render
+// through the field's display format.
+void WriteSummaries(const CFMetaData& metadata, std::ostream& out);
 
 }  // namespace cfmeta_tool
 
