@@ -114,7 +114,9 @@ class CFMetaData::Impl {
   }
 
   int AppendField(const CFField& field);
+  int ReplaceField(unsigned int index, const CFField* field);
   int AddSharedFormat(const CFFormat& format);
+  int DropSharedFormat(unsigned int index);
   int SetDefaultFormat(CFField::StorageType storage, const std::string& name);
   void SetRecordCounts(double unweighted, double weighted) {
     if (!IsWhole(unweighted)) return;
@@ -179,6 +181,30 @@ int CFMetaData::Impl::AppendField(const CFField& field) {
   return static_cast<int>(fields.size() - 1);
 }
 
+int CFMetaData::Impl::ReplaceField(unsigned int index, const CFField* field) {
+  if (index >= fields.size()) return -1;
+  if (field == nullptr) {
+    for (size_t i = index + 1; i < keys.size(); ++i) keyIndex.find(keys[i])->second = i - 1;
+    keyIndex.erase(keys[index]);
+    keys.erase(keys.begin() + index);
+    fields.erase(fields.begin() + index);
+    return static_cast<int>(index);
+  }
+  if (field->GetName().empty()) return -1;
+  std::string key = KeyOf(field->GetName());
+  const int at = IndexOfKey(key);
+  if (at >= 0 && at != static_cast<int>(index)) return -1;
+  // Everything that may throw comes before the first change.
+  std::unique_ptr<CFField> copy(new CFField(*field));
+  if (at < 0) {
+    keyIndex.emplace(key, index);
+    keyIndex.erase(keys[index]);
+    keys[index].swap(key);
+  }
+  fields[index] = std::move(copy);
+  return static_cast<int>(index);
+}
+
 int CFMetaData::Impl::AddSharedFormat(const CFFormat& format) {
   if (format.GetWidth() == 0) return -1;
   std::string name = format.GetName();
@@ -197,6 +223,21 @@ int CFMetaData::Impl::AddSharedFormat(const CFFormat& format) {
     }
   }
   return index;
+}
+
+int CFMetaData::Impl::DropSharedFormat(unsigned int index) {
+  if (index >= formats.size()) return -1;
+  droppedFormats.push_back(std::move(formats[index]));
+  formats.erase(formats.begin() + index);
+  const int dropped = static_cast<int>(index);
+  for (int& slot : slots) {
+    if (slot == dropped) {
+      slot = -1;
+    } else if (slot > dropped) {
+      --slot;
+    }
+  }
+  return dropped;
 }
 
 int CFMetaData::Impl::SetDefaultFormat(CFField::StorageType storage, const std::string& name) {
@@ -437,6 +478,24 @@ void CFMetaData::GetDroppedDetails(double& badWeightCount, double& weightedDropp
 int CFMetaData::AppendField(const CFField& field) { return m_impl->AppendField(field); }
 
 int CFMetaData::AddSharedFormat(const CFFormat& format) { return m_impl->AddSharedFormat(format); }
+
+int CFMetaData::ReplaceField(unsigned int index, const CFField* field) {
+  return m_impl->ReplaceField(index, field);
+}
+
+bool CFMetaData::SetFieldType(unsigned int index, CFField::FieldType type) {
+  return index < m_impl->fields.size() && m_impl->fields[index]->SetFieldType(type);
+}
+
+void CFMetaData::SetValues(unsigned int index, const std::vector<CFValue>& values) {
+  if (index < m_impl->fields.size()) m_impl->fields[index]->SetValues(values);
+}
+
+void CFMetaData::SetValueLabels(unsigned int index, const std::vector<CFValue>& labels) {
+  if (index < m_impl->fields.size()) m_impl->fields[index]->SetValueLabels(labels);
+}
+
+int CFMetaData::DropSharedFormat(unsigned int index) { return m_impl->DropSharedFormat(index); }
 
 bool CFMetaData::SetSumStats(unsigned int index, const CFContStats* stats) {
   return index < m_impl->fields.size() && m_impl->fields[index]->SetSumStats(stats);

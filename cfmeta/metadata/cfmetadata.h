@@ -66,10 +66,26 @@ class CFMETA_API CFMetaData {
   // Appends a copy of `field`. -1 when its name is empty or folds to a key already present;
   // else its position.
   int AppendField(const CFField& field);
+  // Null removes the field at `index` and later fields move up one place. Otherwise a copy of
+  // `field` takes the place of the old one, which is destroyed. -1, changing nothing, for an
+  // index out of range, an empty name, or a name that folds to another field's key; else
+  // `index`.
+  int ReplaceField(unsigned int index, const CFField* field);
+  // False for an index out of range; else the field's own answer (CFField::SetFieldType).
+  bool SetFieldType(unsigned int index, CFField::FieldType type);
+  // Forwarded to the field at `index` (CFField::SetValues, SetValueLabels); nothing for an
+  // index out of range.
+  void SetValues(unsigned int index, const std::vector<CFValue>& values);
+  void SetValueLabels(unsigned int index, const std::vector<CFValue>& labels);
   // Adds a copy of `format` under its name, replacing in place a shared format of the same
   // name and clearing only the default slots the new format no longer fits. -1 for an empty
   // format (width 0) or an empty name; else its index.
   int AddSharedFormat(const CFFormat& format);
+  // Takes the shared format at `index` out of the list: higher indices, and the default slots
+  // that hold them, move down by one, and a slot that held this one becomes empty. The format
+  // itself is kept alive until the metadata is destroyed, so a pointer from GetSharedFormat
+  // stays usable. -1 for an index out of range; else `index`.
+  int DropSharedFormat(unsigned int index);
   // Stores a copy of `stats` in the field at `index`, or drops them for null; false for an
   // index out of range, else the field's own answer (CFField::SetSumStats).
   bool SetSumStats(unsigned int index, const CFContStats* stats);
