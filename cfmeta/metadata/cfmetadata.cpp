@@ -1,11 +1,13 @@
 #include "cfmeta/metadata/cfmetadata.h"
 
 #include <cmath>
+#include <map>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "cfmeta/format/cfformat.h"
+#include "cfmeta/metadata/cffieldgroup.h"
 #include "cfmeta/summaries/cfdatasetsummaries.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/xml/cfxmliteratorwrapper.h"
@@ -53,6 +55,32 @@ const char* SlotAttribute(CFField::StorageType storage) {
     default:
       return XMLAttributes::DefaultNumberFormat;
   }
+}
+
+bool IsGroupType(CFMetaData::GroupType type) {
+  return type >= CFMetaData::PlainGroup && type <= CFMetaData::SplitGroup;
+}
+
+// Room for one more element, growing geometrically: reserving exactly one more each time
+// would copy the whole vector on every append.
+template <typename T>
+void MakeRoomForOne(std::vector<T>& items) {
+  if (items.size() == items.capacity()) items.reserve(items.empty() ? 4 : 2 * items.size());
+}
+
+// Fills the outputs of a group look-up from `group`, or clears them all when it is null.
+bool FillGroup(const CFFieldGroup* group, std::vector<std::string>& fields, std::string& label,
+               std::string& countedValue) {
+  if (group == nullptr) {
+    fields.clear();
+    label.clear();
+    countedValue.clear();
+    return false;
+  }
+  fields = group->GetFields();
+  label = group->GetLabel();
+  countedValue = group->GetCountedValue();
+  return true;
 }
 
 double Known(double count) { return count < 0 ? -1.0 : count; }
@@ -131,8 +159,24 @@ class CFMetaData::Impl {
     weightedDroppedCount = Known(weightedDropped);
   }
 
+  // Takes ownership of `group` unless it has no members, its type is not one of the four or
+  // its type and name are taken; a refused group is destroyed.
+  bool AddGroup(std::unique_ptr<CFFieldGroup> group);
+  // The group's position in the list, or -1.
+  int IndexOfGroup(CFMetaData::GroupType type, const std::string& name) const {
+    if (!IsGroupType(type)) return -1;
+    auto found = groupIndex.find(GroupKey(type, name));
+    return found == groupIndex.end() ? -1 : static_cast<int>(found->second);
+  }
+  int IndexOfGroup(CFMetaData::GroupType type, unsigned int ordinal) const {
+    if (!IsGroupType(type) || ordinal >= groupsOfType[type].size()) return -1;
+    return static_cast<int>(groupsOfType[type][ordinal]);
+  }
+  bool DropGroup(CFMetaData::GroupType type, const std::string& name);
+
   int Load(const std::string& xml);
   int ReadFormats(const CFXMLWrapper& formatsElement);
+  int ReadGroups(const CFXMLWrapper& groupsElement);
   int ReadCounts(const CFXMLWrapper& countsElement);
   int ReadFields(const CFXMLWrapper& fieldsElement);
   int Export(std::string& out) const;
@@ -145,6 +189,14 @@ class CFMetaData::Impl {
   std::vector<std::unique_ptr<CFFormat>> formats;
   // Formats taken out of the list stay alive so that pointers handed out earlier stay usable.
   std::vector<std::unique_ptr<CFFormat>> droppedFormats;
+  std::vector<std::unique_ptr<CFFieldGroup>> groups;
+  // Groups are identified by type and name together; (type, name) to position.
+  using GroupKey = std::pair<int32_t, std::string>;
+  std::map<GroupKey, size_t> groupIndex;
+  // The positions of each type's groups, in list order, so the ordinal look-up is direct.
+  std::vector<size_t> groupsOfType[4];
+  // Groups taken out of the list, kept like the dropped formats.
+  std::vector<std::unique_ptr<CFFieldGroup>> droppedGroups;
   int slots[4] = {-1, -1, -1, -1};
   double unweightedCount = -1.0;
   double weightedCount = -1.0;
@@ -169,6 +221,10 @@ CFMetaData::Impl::Impl(const Impl& other)
   formats.reserve(other.formats.size());
   for (const auto& format : other.formats) formats.emplace_back(format->Clone());
   for (int i = 0; i < 4; ++i) slots[i] = other.slots[i];
+  groups.reserve(other.groups.size());
+  for (const auto& group : other.groups) groups.emplace_back(new CFFieldGroup(*group));
+  groupIndex = other.groupIndex;
+  for (int i = 0; i < 4; ++i) groupsOfType[i] = other.groupsOfType[i];
 }
 
 int CFMetaData::Impl::AppendField(const CFField& field) {
@@ -249,6 +305,39 @@ int CFMetaData::Impl::SetDefaultFormat(CFField::StorageType storage, const std::
   return index;
 }
 
+bool CFMetaData::Impl::AddGroup(std::unique_ptr<CFFieldGroup> group) {
+  const CFMetaData::GroupType type = group->GetType();
+  if (group->GetFields().empty() || !IsGroupType(type)) return false;
+  // Room first, so that once the index accepts the group nothing can fail.
+  MakeRoomForOne(groups);
+  MakeRoomForOne(groupsOfType[type]);
+  if (!groupIndex.emplace(GroupKey(type, group->GetName()), groups.size()).second) return false;
+  groupsOfType[type].push_back(groups.size());
+  groups.push_back(std::move(group));
+  return true;
+}
+
+bool CFMetaData::Impl::DropGroup(CFMetaData::GroupType type, const std::string& name) {
+  const int at = IndexOfGroup(type, name);
+  if (at < 0) return false;
+  const size_t dropped = static_cast<size_t>(at);
+  // The positions after the dropped group move down; the new index is built aside and swapped
+  // in, so a failure while building it changes nothing.
+  std::map<GroupKey, size_t> index;
+  std::vector<size_t> ofType[4];
+  for (size_t i = 0; i < groups.size(); ++i) {
+    if (i == dropped) continue;
+    const size_t position = i < dropped ? i : i - 1;
+    index.emplace(GroupKey(groups[i]->GetType(), groups[i]->GetName()), position);
+    ofType[groups[i]->GetType()].push_back(position);
+  }
+  droppedGroups.push_back(std::move(groups[dropped]));
+  groups.erase(groups.begin() + at);
+  groupIndex.swap(index);
+  for (int i = 0; i < 4; ++i) groupsOfType[i].swap(ofType[i]);
+  return true;
+}
+
 int CFMetaData::Impl::ReadFormats(const CFXMLWrapper& formatsElement) {
   CFXMLIteratorWrapper* it = nullptr;
   int rc = formatsElement.getElementDirectIterator("", &it);
@@ -270,6 +359,18 @@ int CFMetaData::Impl::ReadFormats(const CFXMLWrapper& formatsElement) {
     rc = formatsElement.getAttribute(entry.first, name, found);
     if (rc != 0) return rc;
     if (found && !name.empty() && SetDefaultFormat(entry.second, name) < 0) return kFailed;
+  }
+  return 0;
+}
+
+int CFMetaData::Impl::ReadGroups(const CFXMLWrapper& groupsElement) {
+  CFXMLIteratorWrapper* it = nullptr;
+  int rc = groupsElement.getElementDirectIterator("", &it);
+  if (rc != 0) return rc;
+  while (CFXMLWrapper* child = it->nextElement()) {
+    std::unique_ptr<CFFieldGroup> group = CFFieldGroup::FromElement(*child);
+    child->releaseHandedOut();
+    if (!group || !AddGroup(std::move(group))) return kFailed;
   }
   return 0;
 }
@@ -322,7 +423,11 @@ int CFMetaData::Impl::Load(const std::string& xml) {
     int rc = ReadFormats(*formatsElement);
     if (rc != 0) return rc;
   }
-  // 2. Field groups: TODO(#14).
+  // 2. Field groups.
+  if (const CFXMLWrapper* groupsElement = FirstChild(doc, XMLElements::FieldGroups)) {
+    int rc = ReadGroups(*groupsElement);
+    if (rc != 0) return rc;
+  }
   // 3. Record counts.
   if (const CFXMLWrapper* countsElement = FirstChild(doc, XMLElements::RecordCounts)) {
     int rc = ReadCounts(*countsElement);
@@ -378,7 +483,15 @@ int CFMetaData::Impl::Export(std::string& out) const {
       if (created == nullptr) rc = kFailed;
     }
   }
-  // Field groups: TODO(#14).
+  if (rc == 0 && !groups.empty()) {
+    CFXMLWrapper* groupsElement = nullptr;
+    rc = doc.addElement(XMLElements::FieldGroups, &groupsElement);
+    for (size_t i = 0; rc == 0 && i < groups.size(); ++i) {
+      CFXMLWrapper* created = nullptr;
+      groups[i]->AddToTree(*groupsElement, created);
+      if (created == nullptr) rc = kFailed;
+    }
+  }
 
   CFXMLWrapper* fieldsElement = nullptr;
   rc = doc.addElement(XMLElements::Fields, &fieldsElement);
@@ -517,6 +630,39 @@ void CFMetaData::SetDroppedCount(double dropped) { m_impl->SetDroppedCount(dropp
 
 void CFMetaData::SetDroppedDetails(double badWeightCount, double weightedDroppedCount) {
   m_impl->SetDroppedDetails(badWeightCount, weightedDroppedCount);
+}
+
+bool CFMetaData::SetFieldGroup(GroupType type, const std::string& name,
+                               const std::vector<std::string>& fields, const std::string& label,
+                               const std::string& countedValue) {
+  // Cheap refusals first: no group is built for them.
+  if (fields.empty() || m_impl->IndexOfGroup(type, name) >= 0) return false;
+  return m_impl->AddGroup(
+      std::unique_ptr<CFFieldGroup>(new CFFieldGroup(type, name, fields, label, countedValue)));
+}
+
+bool CFMetaData::GetFieldGroup(GroupType type, unsigned int ordinal, std::string& name,
+                               std::vector<std::string>& fields, std::string& label,
+                               std::string& countedValue) const {
+  const int at = m_impl->IndexOfGroup(type, ordinal);
+  const CFFieldGroup* group = at < 0 ? nullptr : m_impl->groups[at].get();
+  if (group == nullptr) {
+    name.clear();
+  } else {
+    name = group->GetName();
+  }
+  return FillGroup(group, fields, label, countedValue);
+}
+
+bool CFMetaData::GetFieldGroup(GroupType type, const std::string& name,
+                               std::vector<std::string>& fields, std::string& label,
+                               std::string& countedValue) const {
+  const int at = m_impl->IndexOfGroup(type, name);
+  return FillGroup(at < 0 ? nullptr : m_impl->groups[at].get(), fields, label, countedValue);
+}
+
+bool CFMetaData::DropFieldGroup(GroupType type, const std::string& name) {
+  return m_impl->DropGroup(type, name);
 }
 
 const CFDatasetSummaries* CFMetaData::getDatasetSummaries() const {

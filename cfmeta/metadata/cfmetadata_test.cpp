@@ -398,6 +398,37 @@ TEST(CFMetaDataTest, SharedFormatEditsMoveAndClearTheSlots) {
   EXPECT_EQ("Money", reloaded.GetDefaultFormat(CFField::RealStorage)->GetName());
 }
 
+TEST(CFMetaDataTest, CopiesAndAssignmentCarryTheWholeDocument) {
+  CFMetaData meta(ReadFile("formats.xml"), nullptr);
+  ASSERT_GT(meta.FieldCount(), 0u);
+  ASSERT_TRUE(meta.SetFieldGroup(CFMetaData::MultiDichotomySet, "Owns", {"a", "b"}, "L", "1"));
+  meta.SetRecordCounts(10, 12.5);
+  std::string expected;
+  ASSERT_TRUE(meta.ExportXMLDoc(expected));
+
+  CFMetaData& alias = meta;
+  meta = alias;
+  std::string out;
+  ASSERT_TRUE(meta.ExportXMLDoc(out));
+  EXPECT_EQ(expected, out);
+
+  // A target with state of its own, dropped objects included, ends as a copy of the source.
+  UpperCase upper;
+  CFMetaData target(Document(Fields(Field("Other"))), &upper);
+  ASSERT_TRUE(target.SetFieldGroup(CFMetaData::PlainGroup, "Gone", {"Other"}, "", ""));
+  ASSERT_TRUE(target.DropFieldGroup(CFMetaData::PlainGroup, "Gone"));
+  target = meta;
+  CFMetaData copy(meta);
+  // Changing the source afterwards reaches neither.
+  ASSERT_TRUE(meta.DropFieldGroup(CFMetaData::MultiDichotomySet, "Owns"));
+  ASSERT_EQ(0, meta.DropSharedFormat(0));
+  for (const CFMetaData* other : {&target, &copy}) {
+    EXPECT_TRUE(other->IsCaseSensitive());
+    ASSERT_TRUE(other->ExportXMLDoc(out));
+    EXPECT_EQ(expected, out);
+  }
+}
+
 std::string TimeFormat(const std::string& name) {
   return MakeElement(XMLElements::TimeFormat, {{XMLAttributes::Name, name},
                                                {XMLAttributes::Width, "-1"},
