@@ -16,6 +16,7 @@
 #include "cfmeta/format/cfnumberformat.h"
 #include "cfmeta/format/cfstringformat.h"
 #include "cfmeta/format/cftimeformat.h"
+#include "cfmeta/metadata/cffieldgroup.h"
 #include "cfmeta/metadata/cfmetadata.h"
 #include "cfmeta/printable/cfuncconverter.h"
 #include "cfmeta/stats/cfcatstats.h"

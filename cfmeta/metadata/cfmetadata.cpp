@@ -1,11 +1,13 @@
 #include "cfmeta/metadata/cfmetadata.h"
 
 #include <cmath>
+#include <map>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "cfmeta/format/cfformat.h"
+#include "cfmeta/metadata/cffieldgroup.h"
 #include "cfmeta/summaries/cfdatasetsummaries.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/xml/cfxmliteratorwrapper.h"
@@ -53,6 +55,32 @@ const char* SlotAttribute(CFField::StorageType storage) {
     default:
       return XMLAttributes::DefaultNumberFormat;
   }
+}
+
+bool IsGroupType(CFMetaData::GroupType type) {
+  return type >= CFMetaData::PlainGroup && type <= CFMetaData::SplitGroup;
+}
+
+// Room for one more element, growing geometrically: reserving exactly one more each time
+// would copy the whole vector on every append.
+template <typename T>
+void MakeRoomForOne(std::vector<T>& items) {
+  if (items.size() == items.capacity()) items.reserve(items.empty() ? 4 : 2 * items.size());
+}
+
+// Fills the outputs of a group look-up from `group`, or clears them all when it is null.
+bool FillGroup(const CFFieldGroup* group, std::vector<std::string>& fields, std::string& label,
+               std::string& countedValue) {
+  if (group == nullptr) {
+    fields.clear();
+    label.clear();
+    countedValue.clear();
+    return false;
+  }
+  fields = group->GetFields();
+  label = group->GetLabel();
+  countedValue = group->GetCountedValue();
+  return true;
 }
 
 double Known(double count) { return count < 0 ? -1.0 : count; }
@@ -114,7 +142,9 @@ class CFMetaData::Impl {
   }
 
   int AppendField(const CFField& field);
+  int ReplaceField(unsigned int index, const CFField* field);
   int AddSharedFormat(const CFFormat& format);
+  int DropSharedFormat(unsigned int index);
   int SetDefaultFormat(CFField::StorageType storage, const std::string& name);
   void SetRecordCounts(double unweighted, double weighted) {
     if (!IsWhole(unweighted)) return;
@@ -129,8 +159,24 @@ class CFMetaData::Impl {
     weightedDroppedCount = Known(weightedDropped);
   }
 
+  // Takes ownership of `group` unless it has no members, its type is not one of the four or
+  // its type and name are taken; a refused group is destroyed.
+  bool AddGroup(std::unique_ptr<CFFieldGroup> group);
+  // The group's position in the list, or -1.
+  int IndexOfGroup(CFMetaData::GroupType type, const std::string& name) const {
+    if (!IsGroupType(type)) return -1;
+    auto found = groupIndex.find(GroupKey(type, name));
+    return found == groupIndex.end() ? -1 : static_cast<int>(found->second);
+  }
+  int IndexOfGroup(CFMetaData::GroupType type, unsigned int ordinal) const {
+    if (!IsGroupType(type) || ordinal >= groupsOfType[type].size()) return -1;
+    return static_cast<int>(groupsOfType[type][ordinal]);
+  }
+  bool DropGroup(CFMetaData::GroupType type, const std::string& name);
+
   int Load(const std::string& xml);
   int ReadFormats(const CFXMLWrapper& formatsElement);
+  int ReadGroups(const CFXMLWrapper& groupsElement);
   int ReadCounts(const CFXMLWrapper& countsElement);
   int ReadFields(const CFXMLWrapper& fieldsElement);
   int Export(std::string& out) const;
@@ -143,6 +189,14 @@ class CFMetaData::Impl {
   std::vector<std::unique_ptr<CFFormat>> formats;
   // Formats taken out of the list stay alive so that pointers handed out earlier stay usable.
   std::vector<std::unique_ptr<CFFormat>> droppedFormats;
+  std::vector<std::unique_ptr<CFFieldGroup>> groups;
+  // Groups are identified by type and name together; (type, name) to position.
+  using GroupKey = std::pair<int32_t, std::string>;
+  std::map<GroupKey, size_t> groupIndex;
+  // The positions of each type's groups, in list order, so the ordinal look-up is direct.
+  std::vector<size_t> groupsOfType[4];
+  // Groups taken out of the list, kept like the dropped formats.
+  std::vector<std::unique_ptr<CFFieldGroup>> droppedGroups;
   int slots[4] = {-1, -1, -1, -1};
   double unweightedCount = -1.0;
   double weightedCount = -1.0;
@@ -167,6 +221,10 @@ CFMetaData::Impl::Impl(const Impl& other)
   formats.reserve(other.formats.size());
   for (const auto& format : other.formats) formats.emplace_back(format->Clone());
   for (int i = 0; i < 4; ++i) slots[i] = other.slots[i];
+  groups.reserve(other.groups.size());
+  for (const auto& group : other.groups) groups.emplace_back(new CFFieldGroup(*group));
+  groupIndex = other.groupIndex;
+  for (int i = 0; i < 4; ++i) groupsOfType[i] = other.groupsOfType[i];
 }
 
 int CFMetaData::Impl::AppendField(const CFField& field) {
@@ -177,6 +235,30 @@ int CFMetaData::Impl::AppendField(const CFField& field) {
   keyIndex.emplace(key, fields.size() - 1);
   keys.push_back(std::move(key));
   return static_cast<int>(fields.size() - 1);
+}
+
+int CFMetaData::Impl::ReplaceField(unsigned int index, const CFField* field) {
+  if (index >= fields.size()) return -1;
+  if (field == nullptr) {
+    for (size_t i = index + 1; i < keys.size(); ++i) keyIndex.find(keys[i])->second = i - 1;
+    keyIndex.erase(keys[index]);
+    keys.erase(keys.begin() + index);
+    fields.erase(fields.begin() + index);
+    return static_cast<int>(index);
+  }
+  if (field->GetName().empty()) return -1;
+  std::string key = KeyOf(field->GetName());
+  const int at = IndexOfKey(key);
+  if (at >= 0 && at != static_cast<int>(index)) return -1;
+  // Everything that may throw comes before the first change.
+  std::unique_ptr<CFField> copy(new CFField(*field));
+  if (at < 0) {
+    keyIndex.emplace(key, index);
+    keyIndex.erase(keys[index]);
+    keys[index].swap(key);
+  }
+  fields[index] = std::move(copy);
+  return static_cast<int>(index);
 }
 
 int CFMetaData::Impl::AddSharedFormat(const CFFormat& format) {
@@ -199,6 +281,21 @@ int CFMetaData::Impl::AddSharedFormat(const CFFormat& format) {
   return index;
 }
 
+int CFMetaData::Impl::DropSharedFormat(unsigned int index) {
+  if (index >= formats.size()) return -1;
+  droppedFormats.push_back(std::move(formats[index]));
+  formats.erase(formats.begin() + index);
+  const int dropped = static_cast<int>(index);
+  for (int& slot : slots) {
+    if (slot == dropped) {
+      slot = -1;
+    } else if (slot > dropped) {
+      --slot;
+    }
+  }
+  return dropped;
+}
+
 int CFMetaData::Impl::SetDefaultFormat(CFField::StorageType storage, const std::string& name) {
   int index = IndexOfFormat(name);
   if (index < 0) return -1;
@@ -206,6 +303,39 @@ int CFMetaData::Impl::SetDefaultFormat(CFField::StorageType storage, const std::
   if (slot < 0 || !CFField::MatchesFormat(storage, *formats[index])) return -1;
   slots[slot] = index;
   return index;
+}
+
+bool CFMetaData::Impl::AddGroup(std::unique_ptr<CFFieldGroup> group) {
+  const CFMetaData::GroupType type = group->GetType();
+  if (group->GetFields().empty() || !IsGroupType(type)) return false;
+  // Room first, so that once the index accepts the group nothing can fail.
+  MakeRoomForOne(groups);
+  MakeRoomForOne(groupsOfType[type]);
+  if (!groupIndex.emplace(GroupKey(type, group->GetName()), groups.size()).second) return false;
+  groupsOfType[type].push_back(groups.size());
+  groups.push_back(std::move(group));
+  return true;
+}
+
+bool CFMetaData::Impl::DropGroup(CFMetaData::GroupType type, const std::string& name) {
+  const int at = IndexOfGroup(type, name);
+  if (at < 0) return false;
+  const size_t dropped = static_cast<size_t>(at);
+  // The positions after the dropped group move down; the new index is built aside and swapped
+  // in, so a failure while building it changes nothing.
+  std::map<GroupKey, size_t> index;
+  std::vector<size_t> ofType[4];
+  for (size_t i = 0; i < groups.size(); ++i) {
+    if (i == dropped) continue;
+    const size_t position = i < dropped ? i : i - 1;
+    index.emplace(GroupKey(groups[i]->GetType(), groups[i]->GetName()), position);
+    ofType[groups[i]->GetType()].push_back(position);
+  }
+  droppedGroups.push_back(std::move(groups[dropped]));
+  groups.erase(groups.begin() + at);
+  groupIndex.swap(index);
+  for (int i = 0; i < 4; ++i) groupsOfType[i].swap(ofType[i]);
+  return true;
 }
 
 int CFMetaData::Impl::ReadFormats(const CFXMLWrapper& formatsElement) {
@@ -229,6 +359,18 @@ int CFMetaData::Impl::ReadFormats(const CFXMLWrapper& formatsElement) {
     rc = formatsElement.getAttribute(entry.first, name, found);
     if (rc != 0) return rc;
     if (found && !name.empty() && SetDefaultFormat(entry.second, name) < 0) return kFailed;
+  }
+  return 0;
+}
+
+int CFMetaData::Impl::ReadGroups(const CFXMLWrapper& groupsElement) {
+  CFXMLIteratorWrapper* it = nullptr;
+  int rc = groupsElement.getElementDirectIterator("", &it);
+  if (rc != 0) return rc;
+  while (CFXMLWrapper* child = it->nextElement()) {
+    std::unique_ptr<CFFieldGroup> group = CFFieldGroup::FromElement(*child);
+    child->releaseHandedOut();
+    if (!group || !AddGroup(std::move(group))) return kFailed;
   }
   return 0;
 }
@@ -281,7 +423,11 @@ int CFMetaData::Impl::Load(const std::string& xml) {
     int rc = ReadFormats(*formatsElement);
     if (rc != 0) return rc;
   }
-  // 2. Field groups: TODO(#14).
+  // 2. Field groups.
+  if (const CFXMLWrapper* groupsElement = FirstChild(doc, XMLElements::FieldGroups)) {
+    int rc = ReadGroups(*groupsElement);
+    if (rc != 0) return rc;
+  }
   // 3. Record counts.
   if (const CFXMLWrapper* countsElement = FirstChild(doc, XMLElements::RecordCounts)) {
     int rc = ReadCounts(*countsElement);
@@ -337,7 +483,15 @@ int CFMetaData::Impl::Export(std::string& out) const {
       if (created == nullptr) rc = kFailed;
     }
   }
-  // Field groups: TODO(#14).
+  if (rc == 0 && !groups.empty()) {
+    CFXMLWrapper* groupsElement = nullptr;
+    rc = doc.addElement(XMLElements::FieldGroups, &groupsElement);
+    for (size_t i = 0; rc == 0 && i < groups.size(); ++i) {
+      CFXMLWrapper* created = nullptr;
+      groups[i]->AddToTree(*groupsElement, created);
+      if (created == nullptr) rc = kFailed;
+    }
+  }
 
   CFXMLWrapper* fieldsElement = nullptr;
   rc = doc.addElement(XMLElements::Fields, &fieldsElement);
@@ -438,6 +592,24 @@ int CFMetaData::AppendField(const CFField& field) { return m_impl->AppendField(f
 
 int CFMetaData::AddSharedFormat(const CFFormat& format) { return m_impl->AddSharedFormat(format); }
 
+int CFMetaData::ReplaceField(unsigned int index, const CFField* field) {
+  return m_impl->ReplaceField(index, field);
+}
+
+bool CFMetaData::SetFieldType(unsigned int index, CFField::FieldType type) {
+  return index < m_impl->fields.size() && m_impl->fields[index]->SetFieldType(type);
+}
+
+void CFMetaData::SetValues(unsigned int index, const std::vector<CFValue>& values) {
+  if (index < m_impl->fields.size()) m_impl->fields[index]->SetValues(values);
+}
+
+void CFMetaData::SetValueLabels(unsigned int index, const std::vector<CFValue>& labels) {
+  if (index < m_impl->fields.size()) m_impl->fields[index]->SetValueLabels(labels);
+}
+
+int CFMetaData::DropSharedFormat(unsigned int index) { return m_impl->DropSharedFormat(index); }
+
 bool CFMetaData::SetSumStats(unsigned int index, const CFContStats* stats) {
   return index < m_impl->fields.size() && m_impl->fields[index]->SetSumStats(stats);
 }
@@ -458,6 +630,39 @@ void CFMetaData::SetDroppedCount(double dropped) { m_impl->SetDroppedCount(dropp
 
 void CFMetaData::SetDroppedDetails(double badWeightCount, double weightedDroppedCount) {
   m_impl->SetDroppedDetails(badWeightCount, weightedDroppedCount);
+}
+
+bool CFMetaData::SetFieldGroup(GroupType type, const std::string& name,
+                               const std::vector<std::string>& fields, const std::string& label,
+                               const std::string& countedValue) {
+  // Cheap refusals first: no group is built for them.
+  if (fields.empty() || m_impl->IndexOfGroup(type, name) >= 0) return false;
+  return m_impl->AddGroup(
+      std::unique_ptr<CFFieldGroup>(new CFFieldGroup(type, name, fields, label, countedValue)));
+}
+
+bool CFMetaData::GetFieldGroup(GroupType type, unsigned int ordinal, std::string& name,
+                               std::vector<std::string>& fields, std::string& label,
+                               std::string& countedValue) const {
+  const int at = m_impl->IndexOfGroup(type, ordinal);
+  const CFFieldGroup* group = at < 0 ? nullptr : m_impl->groups[at].get();
+  if (group == nullptr) {
+    name.clear();
+  } else {
+    name = group->GetName();
+  }
+  return FillGroup(group, fields, label, countedValue);
+}
+
+bool CFMetaData::GetFieldGroup(GroupType type, const std::string& name,
+                               std::vector<std::string>& fields, std::string& label,
+                               std::string& countedValue) const {
+  const int at = m_impl->IndexOfGroup(type, name);
+  return FillGroup(at < 0 ? nullptr : m_impl->groups[at].get(), fields, label, countedValue);
+}
+
+bool CFMetaData::DropFieldGroup(GroupType type, const std::string& name) {
+  return m_impl->DropGroup(type, name);
 }
 
 const CFDatasetSummaries* CFMetaData::getDatasetSummaries() const {

@@ -1,15 +1,19 @@
 // A dataset's metadata document: the ordered fields, the shared display formats with one
-// default per kind of storage, the record counts, the dataset summaries, and their XML form.
+// default per kind of storage, the field groups, the record counts, the dataset summaries, and
+// their XML form.
 //
 // Loading never throws: a text that is not a valid document gives empty metadata (no fields,
-// no formats, counts -1.0, no summaries), which callers detect by FieldCount() being 0. Counts are
-// doubles; -1.0 means unknown. Pointers handed out belong to the metadata and stay valid until the
-// object they point to is replaced or removed, or the metadata is destroyed.
+// no formats, no groups, counts -1.0, no summaries), which callers detect by FieldCount() being
+// 0. Counts are doubles; -1.0 means unknown. Pointers handed out belong to the metadata and stay
+// valid until the object they point to is replaced or removed, or the metadata is destroyed; a
+// shared format taken out by DropSharedFormat is the exception and lives on until then.
 #ifndef CFMETA_METADATA_CFMETADATA_H_
 #define CFMETA_METADATA_CFMETADATA_H_
 
+#include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "cfmeta/cfmeta_export.h"
 #include "cfmeta/field/cffield.h"
@@ -30,6 +34,14 @@ class CFMETA_API CFUpperFunc {
 
 class CFMETA_API CFMetaData {
  public:
+  // The kinds of field group, each written as its own entity text.
+  enum GroupType : int32_t {
+    PlainGroup = 0,
+    MultiCategorySet = 1,
+    MultiDichotomySet = 2,
+    SplitGroup = 3
+  };
+
   // Empty metadata. A null `upper` makes names case-sensitive.
   explicit CFMetaData(CFUpperFunc* upper = nullptr);
   // Loads `xml`; any failure leaves empty metadata with the same folding function.
@@ -66,10 +78,26 @@ class CFMETA_API CFMetaData {
   // Appends a copy of `field`. -1 when its name is empty or folds to a key already present;
   // else its position.
   int AppendField(const CFField& field);
+  // Null removes the field at `index` and later fields move up one place. Otherwise a copy of
+  // `field` takes the place of the old one, which is destroyed. -1, changing nothing, for an
+  // index out of range, an empty name, or a name that folds to another field's key; else
+  // `index`.
+  int ReplaceField(unsigned int index, const CFField* field);
+  // False for an index out of range; else the field's own answer (CFField::SetFieldType).
+  bool SetFieldType(unsigned int index, CFField::FieldType type);
+  // Forwarded to the field at `index` (CFField::SetValues, SetValueLabels); nothing for an
+  // index out of range.
+  void SetValues(unsigned int index, const std::vector<CFValue>& values);
+  void SetValueLabels(unsigned int index, const std::vector<CFValue>& labels);
   // Adds a copy of `format` under its name, replacing in place a shared format of the same
   // name and clearing only the default slots the new format no longer fits. -1 for an empty
   // format (width 0) or an empty name; else its index.
   int AddSharedFormat(const CFFormat& format);
+  // Takes the shared format at `index` out of the list: higher indices, and the default slots
+  // that hold them, move down by one, and a slot that held this one becomes empty. The format
+  // itself is kept alive until the metadata is destroyed, so a pointer from GetSharedFormat
+  // stays usable. -1 for an index out of range; else `index`.
+  int DropSharedFormat(unsigned int index);
   // Stores a copy of `stats` in the field at `index`, or drops them for null; false for an
   // index out of range, else the field's own answer (CFField::SetSumStats).
   bool SetSumStats(unsigned int index, const CFContStats* stats);
@@ -85,6 +113,25 @@ class CFMETA_API CFMetaData {
   void SetDroppedCount(double dropped);
   // The bad-weight count is stored only when whole; the weighted dropped count always.
   void SetDroppedDetails(double badWeightCount, double weightedDroppedCount);
+
+  // --- Field groups ---
+
+  // Appends a group. False, changing nothing, when `fields` is empty, `type` is not one of the
+  // four kinds, or a group of this type and name (exact, never folded) is already present.
+  bool SetFieldGroup(GroupType type, const std::string& name,
+                     const std::vector<std::string>& fields, const std::string& label,
+                     const std::string& countedValue);
+  // The `ordinal`-th group (from 0) of `type`, in document order, groups of other types not
+  // counted. True with the four outputs filled; false with all four cleared when there is none.
+  bool GetFieldGroup(GroupType type, unsigned int ordinal, std::string& name,
+                     std::vector<std::string>& fields, std::string& label,
+                     std::string& countedValue) const;
+  // The group of `type` named exactly `name`; outputs as above.
+  bool GetFieldGroup(GroupType type, const std::string& name, std::vector<std::string>& fields,
+                     std::string& label, std::string& countedValue) const;
+  // Takes the group out of the list, so that its type and name can be used again. False when
+  // there is no such group.
+  bool DropFieldGroup(GroupType type, const std::string& name);
 
   // --- Dataset summaries ---
 
@@ -103,7 +150,8 @@ class CFMETA_API CFMetaData {
   // --- XML ---
 
   // Writes the whole document into `out`. False, leaving `out` unchanged, when there are no
-  // fields or a field or the summaries cannot be written.
+  // fields or a field or the summaries cannot be written. A failure while writing the counts,
+  // formats or groups only stops the rest of those three parts; what was written stays.
   bool ExportXMLDoc(std::string& out) const;
   // False when `text` holds a control byte (1 to 31 other than tab, line feed and carriage
   // return) that an XML document cannot carry.

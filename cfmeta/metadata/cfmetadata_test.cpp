@@ -8,9 +8,11 @@
 #include <vector>
 
 #include "cfmeta/field/cfdatum.h"
+#include "cfmeta/format/cfdateformat.h"
 #include "cfmeta/format/cfformat.h"
 #include "cfmeta/format/cfformat_testutil.h"
 #include "cfmeta/format/cfnumberformat.h"
+#include "cfmeta/format/cfstringformat.h"
 #include "cfmeta/stats/cfcatstatsimp.h"
 #include "cfmeta/stats/cfcontstats.h"
 #include "cfmeta/summaries/cfdatasetsummaries.h"
@@ -210,6 +212,12 @@ TEST(CFMetaDataTest, CountRulesKeepTheirAsymmetries) {
   meta.SetRecordCounts(10.5, 4);  // refused as a whole
   EXPECT_EQ(10.0, meta.GetRecordCount(false));
   EXPECT_EQ(3.0, meta.GetRecordCount(true));
+  meta.SetRecordCounts(-4, 3.5);  // only the unweighted count is tested for wholeness
+  EXPECT_EQ(-1.0, meta.GetRecordCount(false));
+  EXPECT_EQ(3.5, meta.GetRecordCount(true));
+  meta.SetDroppedCount(7);
+  meta.SetDroppedCount(2.5);
+  EXPECT_EQ(7.0, meta.GetDroppedCount());
   meta.SetDroppedDetails(4, 1);
   meta.SetDroppedDetails(2.5, -3);  // the bad-weight count stays, the other becomes unknown
   double bad = 0, weightedDropped = 0;
@@ -278,6 +286,147 @@ TEST(CFMetaDataTest, DefaultFormatAttributesFollowSlotOrder) {
   EXPECT_EQ(0, meta.AddSharedFormat(wider));
   ASSERT_NE(nullptr, meta.GetDefaultFormat(CFField::RealStorage));
   EXPECT_EQ(20, meta.GetDefaultFormat(CFField::RealStorage)->GetWidth());
+}
+
+// The field names in order, joined by spaces.
+std::string NamesOf(const CFMetaData& meta) {
+  std::string names;
+  for (unsigned int i = 0; i < meta.FieldCount(); ++i) {
+    names += (i == 0 ? "" : " ") + meta.GetField(i)->GetName();
+  }
+  return names;
+}
+
+TEST(CFMetaDataTest, ReplaceFieldKeepsKeysParallelAndUnique) {
+  UpperCase upper;
+  CFMetaData meta(Document(Fields(Field("A") + Field("B") + Field("C"))), &upper);
+  ASSERT_EQ(3u, meta.FieldCount());
+  CFMetaData source(Document(Fields(Field("b") + Field("a") + Field("D"))), nullptr);
+  const CFField nameless;
+
+  // Its own name, folded, is no collision.
+  EXPECT_EQ(1, meta.ReplaceField(1, source.GetField("b")));
+  EXPECT_EQ(-1, meta.ReplaceField(1, source.GetField("a")));  // A's key
+  EXPECT_EQ(-1, meta.ReplaceField(1, &nameless));
+  EXPECT_EQ(-1, meta.ReplaceField(3, source.GetField("D")));
+  EXPECT_EQ(-1, meta.ReplaceField(3, nullptr));
+  EXPECT_EQ("A b C", NamesOf(meta));
+
+  // A new name frees the old key and takes the new one.
+  EXPECT_EQ(1, meta.ReplaceField(1, source.GetField("D")));
+  EXPECT_EQ(-1, meta.GetFieldIndex("b"));
+  EXPECT_EQ(1, meta.GetFieldIndex("d"));
+  // Removal moves the later fields up, keys with them.
+  EXPECT_EQ(0, meta.ReplaceField(0, nullptr));
+  EXPECT_EQ("D C", NamesOf(meta));
+  EXPECT_EQ(0, meta.GetFieldIndex("D"));
+  EXPECT_EQ(1, meta.GetFieldIndex("c"));
+  EXPECT_EQ(-1, meta.GetFieldIndex("A"));
+  EXPECT_EQ(2, meta.AppendField(*source.GetField("a")));
+  EXPECT_EQ(3, meta.AppendField(*source.GetField("b")));
+  EXPECT_EQ(-1, meta.AppendField(*source.GetField("b")));
+  EXPECT_EQ("D C a b", NamesOf(meta));
+  for (const char* name : {"d", "c", "a", "b"}) {
+    SCOPED_TRACE(name);
+    ASSERT_NE(nullptr, meta.GetField(name));
+    EXPECT_EQ(meta.GetField(name), meta.GetField(meta.GetFieldIndex(name)));
+  }
+}
+
+TEST(CFMetaDataTest, FieldEditsReachTheFieldInRange) {
+  CFMetaData meta(Document(Fields(Field("Region", XMLEntities::String))), nullptr);
+  ASSERT_EQ(1u, meta.FieldCount());
+  const std::vector<CFValue> values = {CFValue(CFDatum("north", false))};
+  meta.SetValues(1, values);  // out of range: nothing, no crash
+  meta.SetValueLabels(1, values);
+  EXPECT_FALSE(meta.SetFieldType(1, CFField::Ordinal));
+  meta.SetValues(0, values);
+  ASSERT_EQ(1u, meta.GetField(0u)->GetValues().size());
+  EXPECT_TRUE(meta.SetFieldType(0, CFField::Continuous));  // clears the value list
+  EXPECT_EQ(CFField::Continuous, meta.GetField(0u)->GetType());
+  EXPECT_TRUE(meta.GetField(0u)->GetValues().empty());
+}
+
+TEST(CFMetaDataTest, SharedFormatEditsMoveAndClearTheSlots) {
+  CFStringFormat text(-1, false);
+  text.SetName("Text");
+  CFDateFormat day(CFDateFormat::Y_M_D, 10, 0, CFFormat::UnitsSeparator::Dash, false, false);
+  day.SetName("Day");
+  CFNumberFormat money(CFNumberFormat::Standard, 12, 2);
+  money.SetName("Money");
+  CFMetaData meta;
+  ASSERT_EQ(0, meta.AddSharedFormat(text));
+  ASSERT_EQ(1, meta.AddSharedFormat(day));
+  ASSERT_EQ(2, meta.AddSharedFormat(money));
+  ASSERT_EQ(0, meta.SetDefaultFormat(CFField::StringStorage, "Text"));
+  ASSERT_EQ(1, meta.SetDefaultFormat(CFField::TimestampStorage, "Day"));
+  ASSERT_EQ(2, meta.SetDefaultFormat(CFField::RealStorage, "Money"));
+  EXPECT_EQ(-1, meta.SetDefaultFormat(CFField::StringStorage, ""));  // cannot clear a slot
+  EXPECT_EQ(meta.GetSharedFormat("Text"), meta.GetDefaultFormat(CFField::StringStorage));
+
+  // A number format under the date default's name takes its place and leaves the date slot.
+  CFNumberFormat count(CFNumberFormat::Standard, 6, 0);
+  count.SetName("Day");
+  EXPECT_EQ(1, meta.AddSharedFormat(count));
+  EXPECT_EQ(3u, meta.SharedFormatCount());
+  EXPECT_EQ('n', meta.GetSharedFormat(1u)->GetFormatClass());
+  EXPECT_EQ(nullptr, meta.GetDefaultFormat(CFField::DateStorage));
+
+  // Dropping format 0 moves the number slot from 2 to 1 and empties the string slot; the
+  // dropped format stays usable through the pointer handed out before.
+  const CFFormat* dropped = meta.GetSharedFormat(0u);
+  EXPECT_EQ(0, meta.DropSharedFormat(0));
+  EXPECT_EQ(-1, meta.DropSharedFormat(2));
+  EXPECT_EQ("abc", cfmeta_test::Render(*dropped, CFDatum("abc", false)));
+  EXPECT_EQ(nullptr, meta.GetSharedFormat("Text"));
+  EXPECT_EQ(nullptr, meta.GetDefaultFormat(CFField::StringStorage));
+  EXPECT_EQ(meta.GetSharedFormat(1u), meta.GetDefaultFormat(CFField::IntegerStorage));
+  EXPECT_EQ(-1, meta.SetDefaultFormat(CFField::StringStorage, "Text"));
+
+  // What is left is what is written.
+  CFMetaData source(Document(Fields(Field("A"))), nullptr);
+  ASSERT_EQ(0, meta.AppendField(*source.GetField(0u)));
+  std::string exported;
+  ASSERT_TRUE(meta.ExportXMLDoc(exported));
+  EXPECT_NE(std::string::npos,
+            exported.find(cfmeta_test::OpenTag(XMLElements::FieldFormats,
+                                               {{XMLAttributes::DefaultNumberFormat, "Money"}}) +
+                          ">"));
+  CFMetaData reloaded(exported, nullptr);
+  ASSERT_EQ(2u, reloaded.SharedFormatCount());
+  EXPECT_EQ("Day", reloaded.GetSharedFormat(0u)->GetName());
+  EXPECT_EQ("Money", reloaded.GetDefaultFormat(CFField::RealStorage)->GetName());
+}
+
+TEST(CFMetaDataTest, CopiesAndAssignmentCarryTheWholeDocument) {
+  CFMetaData meta(ReadFile("formats.xml"), nullptr);
+  ASSERT_GT(meta.FieldCount(), 0u);
+  ASSERT_TRUE(meta.SetFieldGroup(CFMetaData::MultiDichotomySet, "Owns", {"a", "b"}, "L", "1"));
+  meta.SetRecordCounts(10, 12.5);
+  std::string expected;
+  ASSERT_TRUE(meta.ExportXMLDoc(expected));
+
+  CFMetaData& alias = meta;
+  meta = alias;
+  std::string out;
+  ASSERT_TRUE(meta.ExportXMLDoc(out));
+  EXPECT_EQ(expected, out);
+
+  // A target with state of its own, dropped objects included, ends as a copy of the source.
+  UpperCase upper;
+  CFMetaData target(Document(Fields(Field("Other"))), &upper);
+  ASSERT_TRUE(target.SetFieldGroup(CFMetaData::PlainGroup, "Gone", {"Other"}, "", ""));
+  ASSERT_TRUE(target.DropFieldGroup(CFMetaData::PlainGroup, "Gone"));
+  target = meta;
+  CFMetaData copy(meta);
+  // Changing the source afterwards reaches neither.
+  ASSERT_TRUE(meta.DropFieldGroup(CFMetaData::MultiDichotomySet, "Owns"));
+  ASSERT_EQ(0, meta.DropSharedFormat(0));
+  for (const CFMetaData* other : {&target, &copy}) {
+    EXPECT_TRUE(other->IsCaseSensitive());
+    ASSERT_TRUE(other->ExportXMLDoc(out));
+    EXPECT_EQ(expected, out);
+  }
 }
 
 std::string TimeFormat(const std::string& name) {
