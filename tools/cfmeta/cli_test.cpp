@@ -292,10 +292,16 @@ TEST_F(CliTest, CurrencyAndPercentColumnsShowDecorated) {
   }
 }
 
-TEST_F(CliTest, ShowListsModelRolesGeometriesAndEveryFormatClass) {
+TEST_F(CliTest, ShowListsModelRolesGeometriesGroupsAndEveryFormatClass) {
   Result scoring = Run({"show", CFMETA_TESTDATA_DIR "/scoring.xml"});
   ASSERT_EQ(0, scoring.status) << scoring.err;
   EXPECT_THAT(scoring.out, HasSubstr("$RP-Churn-yes  probability             Churn = yes"));
+  Result survey = Run({"show", CFMETA_TESTDATA_DIR "/survey.xml"});
+  ASSERT_EQ(0, survey.status) << survey.err;
+  EXPECT_THAT(survey.out, HasSubstr("Field groups: 2"));
+  EXPECT_THAT(
+      survey.out,
+      HasSubstr("Demographics  fieldGroup  About the respondent  -        Region, Employed"));
   Result geography = Run({"show", CFMETA_TESTDATA_DIR "/geography.xml"});
   ASSERT_EQ(0, geography.status) << geography.err;
   EXPECT_THAT(geography.out, HasSubstr("Location  point         wkid 4326, geographic"));

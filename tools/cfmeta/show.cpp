@@ -17,6 +17,7 @@
 #include "cfmeta/format/cfnumberformat.h"
 #include "cfmeta/format/cfstringformat.h"
 #include "cfmeta/format/cftimeformat.h"
+#include "cfmeta/metadata/cffieldgroup.h"
 #include "cfmeta/metadata/cfmetadata.h"
 #include "cfmeta/stats/cfcatstats.h"
 #include "cfmeta/stats/cfcontstats.h"
@@ -270,6 +271,23 @@ void WriteModelAndGeo(const CFMetaData& metadata, std::ostream& out) {
   }
 }
 
+void WriteGroups(const CFMetaData& metadata, std::ostream& out) {
+  std::vector<std::vector<std::string>> rows{{"group", "type", "label", "counted", "members"}};
+  for (CFMetaData::GroupType type : {CFMetaData::PlainGroup, CFMetaData::MultiCategorySet,
+                                     CFMetaData::MultiDichotomySet, CFMetaData::SplitGroup}) {
+    std::string name, label, counted;
+    std::vector<std::string> members;
+    for (unsigned int i = 0; metadata.GetFieldGroup(type, i, name, members, label, counted); ++i) {
+      rows.push_back({Cell(name), CFFieldGroup::TypeText(type), Cell(label, kMaxLabelChars),
+                      counted.empty() ? "-" : Cell(counted),
+                      Cell(fmt::format("{}", fmt::join(members, ", ")))});
+    }
+  }
+  if (rows.size() == 1) return;
+  out << "\nField groups: " << rows.size() - 1 << "\n\n";
+  WriteRows(rows, out);
+}
+
 }  // namespace
 
 void WriteTable(const CFMetaData& metadata, std::ostream& out) {
@@ -289,6 +307,7 @@ void WriteTable(const CFMetaData& metadata, std::ostream& out) {
   out << "Fields: " << metadata.FieldCount() << "\n\n";
   WriteRows(rows, out);
   WriteModelAndGeo(metadata, out);
+  WriteGroups(metadata, out);
 
   WriteSummaries(metadata, out);
 
