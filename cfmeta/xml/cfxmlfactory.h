@@ -16,6 +16,9 @@ class CFMETA_API CFXMLFactory {
   // A new table serving `wrapper`, every slot filled. The wrapper owns it and frees it when it
   // is destroyed; the caller never does. Null when `wrapper` is null. Each call makes another
   // table. Throws std::bad_alloc when memory runs out.
+  // The table's disposeDocument entry deletes a wrapper that owns its document, so hand the
+  // table of such a root only to code that will not call it, unless the root came from new
+  // and the caller gave up its ownership.
   static CFXML* create(CFXMLWrapper* wrapper);
 };
 
