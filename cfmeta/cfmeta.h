@@ -31,6 +31,7 @@
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/vocab/xmlelement.h"
 #include "cfmeta/xml/cfxml_c.h"
+#include "cfmeta/xml/cfxmlfactory.h"
 #include "cfmeta/xml/cfxmliteratorwrapper.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
 
