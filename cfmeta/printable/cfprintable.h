@@ -8,6 +8,8 @@
 // Printables are the one place where reading throws: a constructor that cannot build a
 // consistent object throws CFPrintable::FailExcp. Writing and rendering never throw; a failed
 // write leaves `created` null and the parent untouched, a failed rendering gives empty text.
+// Rendering fills caches (a resolved key, compiled pattern parts), so a printable is used by
+// one thread at a time, Print included.
 #ifndef CFMETA_PRINTABLE_CFPRINTABLE_H_
 #define CFMETA_PRINTABLE_CFPRINTABLE_H_
 
