@@ -1,0 +1,149 @@
+#include "cfmeta/cache/cfcacheiterator.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+#include "cfmeta/field/cffield.h"
+#include "cfmeta/metadata/cfmetadata.h"
+#include "cfmeta/tempfile/tavo_tempfile.h"
+
+namespace {
+
+constexpr size_t kValueSize = 8;
+constexpr size_t kStringCellSize = 1024;
+
+size_t CellSizeFor(CFField::StorageType storage) {
+  switch (storage) {
+    case CFField::IntegerStorage:
+    case CFField::RealStorage:
+    case CFField::DateStorage:
+    case CFField::TimeStorage:
+    case CFField::TimestampStorage:
+      return kValueSize;
+    case CFField::StringStorage:
+      return kStringCellSize;
+    default:
+      return 0;
+  }
+}
+
+}  // namespace
+
+CFCacheIterator::CFCacheIterator(CFMetaData* meta, CFTempFiles::TAVO_TempFile* file)
+    : m_meta(meta), m_file(file) {
+  const unsigned int count = meta != nullptr ? meta->FieldCount() : 0;
+  m_buffer.resize(count);
+  for (unsigned int i = 0; i < count; ++i) {
+    EnsureCapacity(m_buffer[i], CellSizeFor(meta->GetField(i)->GetStorage()));
+  }
+}
+
+CFCacheIterator::~CFCacheIterator() = default;
+
+int CFCacheIterator::NextRecord() {
+  if (m_meta == nullptr || m_meta->FieldCount() == 0) return 2;
+  // Cells are laid out per field; a field added or removed since would misplace every value.
+  if (m_buffer.size() != m_meta->FieldCount()) return 2;
+  if (m_file == nullptr || !m_file->SeekFromStart(m_offset)) return 2;
+  if (m_offset >= m_fileLength) return 1;
+  try {
+    return ReadRecord();
+  } catch (...) {
+    return 2;
+  }
+}
+
+int CFCacheIterator::ReadRecord() {
+  long long offset = m_offset;
+  if (!getMissingFlags(offset)) return 2;
+  const unsigned int count = m_meta->FieldCount();
+  for (unsigned int i = 0; i < count; ++i) {
+    if (m_missing[i]) continue;
+    const CFField* field = m_meta->GetField(i);
+    if (field == nullptr || field->GetStorage() == CFField::UnknownStorage) return 2;
+    Cell& cell = m_buffer[i];
+    switch (field->GetStorage()) {
+      case CFField::StringStorage: {
+        uint64_t length = 0;
+        if (m_file->Read(&length, sizeof length) != sizeof length) return 2;
+        offset += static_cast<long long>(sizeof length);
+        // A damaged length must not turn into a huge allocation.
+        if (offset > m_fileLength || length > static_cast<uint64_t>(m_fileLength - offset)) {
+          return 2;
+        }
+        const size_t size = static_cast<size_t>(length);
+        if (!EnsureCapacity(cell, size + 1)) return 2;
+        // Zeroing only what earlier text used leaves the whole cell past the text zero.
+        if (cell.used > size) std::memset(cell.data.get() + size, 0, cell.used - size);
+        cell.used = std::max(cell.used, size);
+        if (m_file->Read(cell.data.get(), size) != size) return 2;
+        cell.used = size;
+        offset += static_cast<long long>(size);
+        break;
+      }
+      case CFField::IntegerStorage:
+      case CFField::RealStorage:
+      case CFField::DateStorage:
+      case CFField::TimeStorage:
+      case CFField::TimestampStorage:
+        if (!EnsureCapacity(cell, kValueSize)) return 2;
+        cell.used = std::max(cell.used, kValueSize);
+        if (m_file->Read(cell.data.get(), kValueSize) != kValueSize) return 2;
+        offset += static_cast<long long>(kValueSize);
+        break;
+      default:  // a storage this layout does not know has no bytes on disk
+        break;
+    }
+  }
+  m_offset = offset;
+  return 0;
+}
+
+bool CFCacheIterator::getMissingFlags(long long& offset) {
+  const unsigned int count = m_meta->FieldCount();
+  m_missing.clear();
+  unsigned char byte = 0;
+  for (unsigned int i = 0; i < count; ++i) {
+    if (i % 8 == 0) {
+      if (m_file->Read(&byte, 1) != 1) return false;
+      ++offset;
+    }
+    m_missing.push_back(((byte >> (7 - i % 8)) & 1) != 0);
+  }
+  return true;
+}
+
+bool CFCacheIterator::EnsureCapacity(Cell& cell, size_t size) {
+  if (size == 0) return true;
+  if (cell.capacity >= size) return true;
+  cell.data.reset(new char[size]());
+  cell.capacity = size;
+  cell.used = 0;
+  return true;
+}
+
+int CFCacheIterator::GetRecordValue(size_t field, void*& value, size_t& length) {
+  if (m_offset < 1 || field >= m_buffer.size() || field >= m_missing.size()) return 1;
+  if (m_meta == nullptr || m_buffer.size() != m_meta->FieldCount()) return 1;
+  const CFField* definition = m_meta->GetField(static_cast<unsigned int>(field));
+  if (definition == nullptr || definition->GetStorage() == CFField::UnknownStorage) return 1;
+  const Cell& cell = m_buffer[field];
+  if (m_missing[field] || cell.capacity == 0) {
+    value = nullptr;
+    length = 0;
+    return 0;
+  }
+  value = cell.data.get();
+  length = definition->GetStorage() == CFField::StringStorage
+               ? strnlen(cell.data.get(), cell.capacity)
+               : kValueSize;
+  return 0;
+}
+
+int CFCacheIterator::Rewind() {
+  if (m_meta == nullptr || m_meta->FieldCount() == 0) return 2;
+  if (m_file == nullptr || !m_file->IsOpen()) return 2;
+  m_offset = 0;
+  return 0;
+}
