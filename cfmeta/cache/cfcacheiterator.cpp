@@ -73,12 +73,11 @@ int CFCacheIterator::ReadRecord() {
           return 2;
         }
         const size_t size = static_cast<size_t>(length);
-        if (!EnsureCapacity(cell, size + 1)) return 2;
+        EnsureCapacity(cell, size + 1);
         // Zeroing only what earlier text used leaves the whole cell past the text zero.
         if (cell.used > size) std::memset(cell.data.get() + size, 0, cell.used - size);
-        cell.used = std::max(cell.used, size);
-        if (m_file->Read(cell.data.get(), size) != size) return 2;
         cell.used = size;
+        if (m_file->Read(cell.data.get(), size) != size) return 2;
         offset += static_cast<long long>(size);
         break;
       }
@@ -87,7 +86,7 @@ int CFCacheIterator::ReadRecord() {
       case CFField::DateStorage:
       case CFField::TimeStorage:
       case CFField::TimestampStorage:
-        if (!EnsureCapacity(cell, kValueSize)) return 2;
+        EnsureCapacity(cell, kValueSize);
         cell.used = std::max(cell.used, kValueSize);
         if (m_file->Read(cell.data.get(), kValueSize) != kValueSize) return 2;
         offset += static_cast<long long>(kValueSize);
@@ -114,13 +113,11 @@ bool CFCacheIterator::getMissingFlags(long long& offset) {
   return true;
 }
 
-bool CFCacheIterator::EnsureCapacity(Cell& cell, size_t size) {
-  if (size == 0) return true;
-  if (cell.capacity >= size) return true;
+void CFCacheIterator::EnsureCapacity(Cell& cell, size_t size) {
+  if (cell.capacity >= size) return;
   cell.data.reset(new char[size]());
   cell.capacity = size;
   cell.used = 0;
-  return true;
 }
 
 int CFCacheIterator::GetRecordValue(size_t field, void*& value, size_t& length) {

@@ -63,7 +63,8 @@ class CFMETA_API CFCacheIterator : public CFAIterator {
 
   int ReadRecord();
   bool getMissingFlags(long long& offset);
-  bool EnsureCapacity(Cell& cell, size_t size);
+  // Grows `cell` to at least `size` bytes, all zero when it grows.
+  static void EnsureCapacity(Cell& cell, size_t size);
 
   long long m_offset = 0;
   long long m_fileLength = 0;
