@@ -1,10 +1,23 @@
 #include "cfmeta/cache/cfarchivecacheimpl.h"
 
 #include <cstdint>
+#include <cstring>
 
 #include "cfmeta/field/cffield.h"
 #include "cfmeta/metadata/cfmetadata.h"
 #include "cfmeta/tempfile/tavo_tempfile.h"
+
+namespace {
+
+// Appends to the first `used` bytes of `record`, growing it as needed.
+inline void Put(std::vector<char>& record, size_t& used, const void* data, size_t size) {
+  if (size == 0) return;
+  if (record.size() - used < size) record.resize(2 * (used + size));
+  std::memcpy(record.data() + used, data, size);
+  used += size;
+}
+
+}  // namespace
 
 CFArchiveCacheImpl::CFArchiveCacheImpl(CFMetaData* meta, CFTempFiles::TAVO_TempFile* file)
     : m_meta(meta), m_file(file), m_iterator(new CFCacheIterator(meta, file)) {}
@@ -32,16 +45,16 @@ bool CFArchiveCacheImpl::Append(Source* source) {
   if (m_meta == nullptr || m_meta->FieldCount() == 0) return false;
   if (m_file == nullptr || !m_file->IsOpen() || source == nullptr) return false;
   if (!m_file->SeekToEnd()) return false;
-  m_record.clear();
+  m_recordSize = 0;
   bool built = false;
   try {
     built = BuildRecord(source, m_meta->FieldCount());
   } catch (...) {
     built = false;
   }
-  const size_t written = m_record.empty() ? 0 : m_file->Write(m_record.data(), m_record.size());
+  const size_t written = m_recordSize == 0 ? 0 : m_file->Write(m_record.data(), m_recordSize);
   m_iterator->setFileLength(m_iterator->getFileLength() + static_cast<long long>(written));
-  return built && written == m_record.size();
+  return built && written == m_recordSize;
 }
 
 template <typename Source>
@@ -52,13 +65,13 @@ bool CFArchiveCacheImpl::BuildRecord(Source* source, unsigned int fieldCount) {
   unsigned char bits = 0;
   for (unsigned int i = 0; i < fieldCount; ++i) {
     if (i > 0 && i % 8 == 0) {
-      m_record.push_back(static_cast<char>(bits));
+      Put(m_record, m_recordSize, &bits, 1);
       bits = 0;
     }
     if (source->GetRecordValue(i, value, length) != 0) return false;
     if (value == nullptr) bits |= static_cast<unsigned char>(1u << (7 - i % 8));
   }
-  m_record.push_back(static_cast<char>(bits));
+  Put(m_record, m_recordSize, &bits, 1);
 
   // 2. The values present, in field order.
   for (unsigned int i = 0; i < fieldCount; ++i) {
@@ -71,9 +84,9 @@ bool CFArchiveCacheImpl::BuildRecord(Source* source, unsigned int fieldCount) {
     if (storage > CFField::TimestampStorage) continue;
     if (storage == CFField::StringStorage) {
       const uint64_t size = length;
-      m_record.append(reinterpret_cast<const char*>(&size), sizeof size);
+      Put(m_record, m_recordSize, &size, sizeof size);
     }
-    m_record.append(static_cast<const char*>(value), length);
+    Put(m_record, m_recordSize, value, length);
   }
   return true;
 }

@@ -5,7 +5,7 @@
 #define CFMETA_CACHE_CFARCHIVECACHEIMPL_H_
 
 #include <memory>
-#include <string>
+#include <vector>
 
 #include "cfmeta/cache/cfcacheiterator.h"
 #include "cfmeta/cache/cfdatacache.h"
@@ -45,8 +45,9 @@ class CFMETA_API CFArchiveCacheImpl : public CFDataCache, public CfExtension::CF
   CFMetaData* m_meta;
   CFTempFiles::TAVO_TempFile* m_file;
   std::unique_ptr<CFCacheIterator> m_iterator;
-  // The record being appended, kept to reuse its memory.
-  std::string m_record;
+  // The record being appended: its first m_recordSize bytes. Kept to reuse its memory.
+  std::vector<char> m_record;
+  size_t m_recordSize = 0;
 };
 
 class CFMETA_API CFDataCacheFactory {

@@ -48,26 +48,33 @@ int CFCacheIterator::NextRecord() {
   if (m_file == nullptr || !m_file->SeekFromStart(m_offset)) return 2;
   if (m_offset >= m_fileLength) return 1;
   try {
-    return ReadRecord();
+    return ReadRecord(static_cast<unsigned int>(m_buffer.size()));
   } catch (...) {
     return 2;
   }
 }
 
-int CFCacheIterator::ReadRecord() {
+// Values of fixed size, and the length in front of a string, are read in runs with one call
+// each, so a record costs a few calls into the file rather than one per value.
+int CFCacheIterator::ReadRecord(unsigned int count) {
   long long offset = m_offset;
-  if (!getMissingFlags(offset)) return 2;
-  const unsigned int count = m_meta->FieldCount();
+  m_runCells.clear();  // a record that failed may have left some
+  if (!getMissingFlags(count, offset)) return 2;
+  size_t run = 0;
   for (unsigned int i = 0; i < count; ++i) {
-    if (m_missing[i]) continue;
+    if (IsMissing(i)) continue;
     const CFField* field = m_meta->GetField(i);
-    if (field == nullptr || field->GetStorage() == CFField::UnknownStorage) return 2;
+    if (field == nullptr) return 2;
     Cell& cell = m_buffer[i];
     switch (field->GetStorage()) {
+      case CFField::UnknownStorage:
+        return 2;
       case CFField::StringStorage: {
+        run += kValueSize;
+        if (!ReadRun(run, offset)) return 2;
         uint64_t length = 0;
-        if (m_file->Read(&length, sizeof length) != sizeof length) return 2;
-        offset += static_cast<long long>(sizeof length);
+        std::memcpy(&length, m_run.data() + run - kValueSize, kValueSize);
+        run = 0;
         // A damaged length must not turn into a huge allocation.
         if (offset > m_fileLength || length > static_cast<uint64_t>(m_fileLength - offset)) {
           return 2;
@@ -88,28 +95,40 @@ int CFCacheIterator::ReadRecord() {
       case CFField::TimestampStorage:
         EnsureCapacity(cell, kValueSize);
         cell.used = std::max(cell.used, kValueSize);
-        if (m_file->Read(cell.data.get(), kValueSize) != kValueSize) return 2;
-        offset += static_cast<long long>(kValueSize);
+        m_runCells.push_back(cell.data.get());
+        run += kValueSize;
         break;
       default:  // a storage this layout does not know has no bytes on disk
         break;
     }
   }
+  if (run > 0 && !ReadRun(run, offset)) return 2;
   m_offset = offset;
   return 0;
 }
 
-bool CFCacheIterator::getMissingFlags(long long& offset) {
-  const unsigned int count = m_meta->FieldCount();
-  m_missing.clear();
-  unsigned char byte = 0;
-  for (unsigned int i = 0; i < count; ++i) {
-    if (i % 8 == 0) {
-      if (m_file->Read(&byte, 1) != 1) return false;
-      ++offset;
+bool CFCacheIterator::ReadRun(size_t bytes, long long& offset) {
+  if (m_run.size() < bytes) m_run.resize(bytes);
+  const bool whole = m_file->Read(m_run.data(), bytes) == bytes;
+  if (whole) {
+    offset += static_cast<long long>(bytes);
+    const char* from = m_run.data();
+    for (char* cell : m_runCells) {
+      std::memcpy(cell, from, kValueSize);
+      from += kValueSize;
     }
-    m_missing.push_back(((byte >> (7 - i % 8)) & 1) != 0);
   }
+  m_runCells.clear();
+  return whole;
+}
+
+bool CFCacheIterator::getMissingFlags(unsigned int count, long long& offset) {
+  const size_t bytes = (count + 7) / 8;
+  m_missing.resize(bytes);
+  m_flagCount = 0;
+  if (m_file->Read(m_missing.data(), bytes) != bytes) return false;
+  offset += static_cast<long long>(bytes);
+  m_flagCount = count;
   return true;
 }
 
@@ -121,12 +140,12 @@ void CFCacheIterator::EnsureCapacity(Cell& cell, size_t size) {
 }
 
 int CFCacheIterator::GetRecordValue(size_t field, void*& value, size_t& length) {
-  if (m_offset < 1 || field >= m_buffer.size() || field >= m_missing.size()) return 1;
+  if (m_offset < 1 || field >= m_buffer.size() || field >= m_flagCount) return 1;
   if (m_meta == nullptr || m_buffer.size() != m_meta->FieldCount()) return 1;
   const CFField* definition = m_meta->GetField(static_cast<unsigned int>(field));
   if (definition == nullptr || definition->GetStorage() == CFField::UnknownStorage) return 1;
   const Cell& cell = m_buffer[field];
-  if (m_missing[field] || cell.capacity == 0) {
+  if (IsMissing(field) || cell.capacity == 0) {
     value = nullptr;
     length = 0;
     return 0;

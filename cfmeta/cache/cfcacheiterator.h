@@ -61,15 +61,26 @@ class CFMETA_API CFCacheIterator : public CFAIterator {
     size_t used = 0;
   };
 
-  int ReadRecord();
-  bool getMissingFlags(long long& offset);
+  int ReadRecord(unsigned int count);
+  bool getMissingFlags(unsigned int count, long long& offset);
+  bool IsMissing(size_t field) const {
+    return ((m_missing[field / 8] >> (7 - field % 8)) & 1) != 0;
+  }
+  // Reads `bytes` into m_run and hands out its 8-byte values to m_runCells, in order.
+  bool ReadRun(size_t bytes, long long& offset);
   // Grows `cell` to at least `size` bytes, all zero when it grows.
   static void EnsureCapacity(Cell& cell, size_t size);
 
   long long m_offset = 0;
   long long m_fileLength = 0;
   std::vector<Cell> m_buffer;
-  std::vector<bool> m_missing;
+  // The current record's missing bits as stored: field i is bit (7 - i % 8) of byte i / 8.
+  // m_flagCount fields are covered; 0 while no record has been read whole.
+  std::vector<unsigned char> m_missing;
+  size_t m_flagCount = 0;
+  // The bytes of one read, and the cells that its values go to.
+  std::vector<char> m_run;
+  std::vector<char*> m_runCells;
   CFMetaData* m_meta;
   CFTempFiles::TAVO_TempFile* m_file;
 };
