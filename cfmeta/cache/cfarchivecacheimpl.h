@@ -19,7 +19,8 @@ class TAVO_TempFile;
 
 class CFMETA_API CFArchiveCacheImpl : public CFDataCache, public CfExtension::CFCacheInterface {
  public:
-  // Neither pointer is owned; both must outlive the cache. The file starts empty.
+  // Neither pointer is owned; both must outlive the cache.
+  // Requires: `file`, when given, is empty and written only through this cache.
   CFArchiveCacheImpl(CFMetaData* meta, CFTempFiles::TAVO_TempFile* file);
   ~CFArchiveCacheImpl() override;
   CFArchiveCacheImpl(const CFArchiveCacheImpl&) = delete;

@@ -26,7 +26,8 @@ class TAVO_TempFile;
 
 class CFMETA_API CFCacheIterator : public CFAIterator {
  public:
-  // Neither pointer is owned; both must outlive the iterator. The file starts empty.
+  // Neither pointer is owned; both must outlive the iterator.
+  // Requires: `file`, when given, is empty and written only through the cache.
   CFCacheIterator(CFMetaData* meta, CFTempFiles::TAVO_TempFile* file);
   ~CFCacheIterator() override;
   CFCacheIterator(const CFCacheIterator&) = delete;

@@ -34,7 +34,7 @@ class CFMETA_API TAVO_TempFile {
   virtual bool SeekFromStart(long long offset);
   virtual bool SeekToEnd();
   // Each returns the number of bytes moved and advances the position by it. Read comes up
-  // short only at the end of the file; Write only when no disk space is left, or on an error.
+  // short at the end of the file, Write when no disk space is left, and either on a disk error.
   virtual size_t Read(void* buffer, size_t n);
   virtual size_t Write(const void* data, size_t n);
 
