@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <stdlib.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -136,6 +137,35 @@ TEST(TAVO_TempFileTest, LeavesNothingInTheTempFolder) {
   close(ready[1]);
   EXPECT_TRUE(WIFSIGNALED(status));
   EXPECT_TRUE(folder.Entries().empty());
+}
+
+// A file size limit stands in for a full disk: the writes that no longer fit come up short,
+// and everything accepted before reads back.
+TEST(TAVO_TempFileTest, FullDiskGivesAShortWriteAndKeepsTheRest) {
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit = {1 << 20, 1 << 20};
+    if (setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(10);
+    TAVO_TempFile file;
+    std::string accepted, chunk(100000, '\0');
+    for (int i = 0; i < 20; ++i) {
+      for (char& c : chunk) c = static_cast<char>(i * 31 + (&c - &chunk[0]));
+      const size_t n = file.Write(chunk.data(), chunk.size());
+      accepted += chunk.substr(0, n);
+      if (n < chunk.size()) break;
+    }
+    if (accepted.size() >= 20 * chunk.size() || accepted.size() > (1 << 20)) _exit(11);
+    std::string back(accepted.size() + 1, '\0');
+    if (!file.IsOpen() || !file.SeekFromStart(0)) _exit(12);
+    back.resize(file.Read(&back[0], back.size()));
+    _exit(back == accepted ? 0 : 13);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(0, WEXITSTATUS(status));
 }
 
 TEST(TAVO_TempFileTest, MissingFolderGivesAClosedFile) {
