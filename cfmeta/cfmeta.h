@@ -2,6 +2,10 @@
 #ifndef CFMETA_CFMETA_H_
 #define CFMETA_CFMETA_H_
 
+#include "cfmeta/cache/cfarchivecacheimpl.h"
+#include "cfmeta/cache/cfcacheiterator.h"
+#include "cfmeta/cache/cfdatacache.h"
+#include "cfmeta/cache/cfiterator.h"
 #include "cfmeta/cfmeta_export.h"
 #include "cfmeta/field/cfdatum.h"
 #include "cfmeta/field/cffield.h"
@@ -31,6 +35,7 @@
 #include "cfmeta/summaries/cffieldsummaries.h"
 #include "cfmeta/summaries/cfstatisticsext.h"
 #include "cfmeta/summaries/cfsummaryoptional.h"
+#include "cfmeta/tempfile/tavo_tempfile.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/vocab/xmlelement.h"
 #include "cfmeta/xml/cfxml_c.h"
