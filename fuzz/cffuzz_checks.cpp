@@ -5,6 +5,7 @@
 #include <unicode/unistr.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -204,6 +205,9 @@ constexpr char kAbsent = '\x7f';
 // input can ask for gigabytes, which is the rule and not a fault.
 constexpr int kMaxRenderWidth = 1 << 16;
 
+// The most decimals a scientific text carries; a format asking for more renders nothing.
+constexpr unsigned int kMaxScientificDecimals = 999;
+
 // The width of a text in characters.
 size_t Characters(const std::string& text) {
   return static_cast<size_t>(icu::UnicodeString::fromUTF8(text).countChar32());
@@ -242,22 +246,56 @@ size_t LocalGrowth(const CFNumberFormat& format, size_t width) {
   return growth;
 }
 
+// One digit, the decimal symbol and exactly `decimals` digits, "E", a sign and at least three
+// digits; the digit is not 0 unless the value is.
+std::string CheckScientificShape(const std::string& text, unsigned int decimals, double value) {
+  size_t at = text[0] == '-' ? 1 : 0;
+  if (at >= text.size() || !std::isdigit(static_cast<unsigned char>(text[at]))) {
+    return "a scientific text does not start with a digit: " + text;
+  }
+  if (text[at] == '0' && value != 0) return "a scientific text loses its value: " + text;
+  ++at;
+  if (decimals > 0) {
+    while (at < text.size() && !std::isdigit(static_cast<unsigned char>(text[at])) &&
+           text[at] != 'E') {
+      ++at;  // the decimal symbol, one or more bytes
+    }
+    const size_t digits = text.find('E', at);
+    if (digits == std::string::npos || digits - at != decimals) {
+      return "a scientific text has the wrong number of decimals: " + text;
+    }
+    at = digits;
+  }
+  if (text.compare(at, 1, "E") != 0 || at + 1 >= text.size() ||
+      (text[at + 1] != '+' && text[at + 1] != '-') || text.size() - at - 2 < 3) {
+    return "a scientific text has no signed three-digit exponent: " + text;
+  }
+  return "";
+}
+
 std::string CheckRendering(const CFNumberFormat& format, const CFDatum& value) {
   std::string out;
   const int rc = format.Format(value, CFFormat::NoUnits, out);
   if (format.GetWidth() == 0) {
     return rc == 1 && out.empty() ? "" : "an empty format renders a number";
   }
+  const bool scientific = format.GetFormatType() == CFNumberFormat::Scientific;
+  if (scientific && format.GetDecimals() > kMaxScientificDecimals) {
+    return rc == 1 && out.empty() ? "" : "a scientific text carries too many decimals";
+  }
   if (rc != 0) return "a number does not render: " + std::to_string(rc);
   const size_t length = Characters(out);
   const size_t leading = out.find_first_not_of(' ');
-  if (format.GetFormatType() == CFNumberFormat::Scientific) {
+  if (scientific) {
     // Padded on the left to the width, never cut: only a longer text may exceed it.
     const size_t width = format.GetWidth() > 0 ? static_cast<size_t>(format.GetWidth()) : 0;
     if (leading == std::string::npos) return "a scientific text is blank";
     if (leading > 0 && length != width) return "a scientific text is padded beyond its width";
     if (length < width) return "a scientific text is narrower than its width";
-    return "";
+    const double number =
+        value.GetType() == CFDatum::Real ? value.GetReal() : static_cast<double>(value.GetInt());
+    if (!std::isfinite(number)) return "";
+    return CheckScientificShape(out.substr(leading), format.GetDecimals(), number);
   }
   if (out == "*") return "";
   // A free width renders in 23 characters and trims them.
