@@ -88,7 +88,8 @@ class CFMETA_API CFMetaData {
   // --- XML ---
 
   // Writes the whole document into `out`. False, leaving `out` unchanged, when there are no
-  // fields or a field cannot be written.
+  // fields, a field cannot be written, or a text holds a character no XML 1.0 document can
+  // carry (see ValidateXMLChars).
   bool ExportXMLDoc(std::string& out) const;
   // False when `text` holds a control byte (1 to 31 other than tab, line feed and carriage
   // return) that an XML document cannot carry.
