@@ -233,8 +233,8 @@ std::string SameFormat(const CFNumberFormat& a, const CFNumberFormat& b) {
   return "";
 }
 
-// How many characters the default locale's symbols may add beyond one each, for the formats
-// that use them: the width grows by that much.
+// How many characters the default locale's symbols add beyond one character each, for the
+// formats that use them: the width grows by that much.
 size_t LocalGrowth(const CFNumberFormat& format, size_t width) {
   CFFormat::DecimalSymbol dec;
   CFFormat::GroupingSymbol grp;
@@ -242,13 +242,17 @@ size_t LocalGrowth(const CFNumberFormat& format, size_t width) {
   UErrorCode status = U_ZERO_ERROR;
   icu::DecimalFormatSymbols symbols(icu::Locale::getDefault(), status);
   if (U_FAILURE(status)) return 0;
+  auto extra = [&](icu::DecimalFormatSymbols::ENumberFormatSymbol which) -> size_t {
+    const int32_t length = symbols.getSymbol(which).countChar32();
+    return length > 1 ? static_cast<size_t>(length - 1) : 0;
+  };
   size_t growth = 0;
   if (dec == CFFormat::DecimalSymbol::Local) {
-    growth += symbols.getSymbol(icu::DecimalFormatSymbols::kDecimalSeparatorSymbol).length();
+    growth += extra(icu::DecimalFormatSymbols::kDecimalSeparatorSymbol);
   }
   if (grp == CFFormat::GroupingSymbol::Local) {
-    growth +=
-        width * symbols.getSymbol(icu::DecimalFormatSymbols::kGroupingSeparatorSymbol).length();
+    // At most one separator for every digit.
+    growth += width * extra(icu::DecimalFormatSymbols::kGroupingSeparatorSymbol);
   }
   return growth;
 }
