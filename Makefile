@@ -4,7 +4,7 @@ BUILD ?= build
 SAN_BUILD ?= build-asan
 JOBS ?= $(shell nproc)
 
-.PHONY: setup configure build test test-sanitize demo bench bench-profile install clean
+.PHONY: setup configure build test test-sanitize fuzz memcheck demo bench bench-profile install clean
 
 setup:
 	./scripts/setup.sh
@@ -30,6 +30,21 @@ test-sanitize: setup
 	cd $(SAN_BUILD) && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
 	  ctest --output-on-failure --no-tests=error -j $(JOBS)
 
+# Each fuzz target for FUZZ_SECONDS over its corpus; see fuzz/run.sh.
+FUZZ_SECONDS ?= 60
+fuzz:
+	fuzz/run.sh all $(FUZZ_SECONDS)
+
+# The whole test suite once under valgrind memcheck: any error, or anything definitely or
+# indirectly lost, fails. One test is left out: valgrind computes long double at
+# double precision, so that test's own reference loses the precision the test checks for.
+memcheck: build
+	CFMETA_WITH_VALGRIND=1 ./scripts/setup.sh
+	cd $(BUILD) && valgrind --tool=memcheck --error-exitcode=1 \
+	  --leak-check=full --show-leak-kinds=definite,indirect \
+	  --errors-for-leak-kinds=definite,indirect --num-callers=30 \
+	  ./cfmeta_tests --gtest_filter=-CFContStatsTest.LargeOffsetsKeepTheirPrecision
+
 bench: setup
 	cmake -S . -B build-bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DCFMETA_BUILD_BENCH=ON \
 	  -DCFMETA_BUILD_TESTS=OFF
@@ -39,4 +54,4 @@ bench-profile:
 	./bench/profile_bench.sh
 
 clean:
-	rm -rf $(BUILD) $(SAN_BUILD) build-bench
+	rm -rf $(BUILD) $(SAN_BUILD) build-bench build-fuzz

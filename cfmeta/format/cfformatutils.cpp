@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <climits>
 #include <cmath>
 #include <cstring>
 #include <memory>
@@ -449,7 +450,10 @@ bool CFFormatUtils::FormatStandard(const CFDatum& value, std::string& out, int w
   const double number =
       value.GetType() == CFDatum::Real ? value.GetReal() : static_cast<double>(value.GetInt());
   const int fullWidth = width < 0 ? kFreeWidth : width;
-  std::string text = EncodeStandard(number, fullWidth, static_cast<int>(decimals));
+  // More decimals than an int holds are more than any width holds too: the most an int holds
+  // renders the same, where the plain conversion would turn negative and force scientific.
+  const int fitted = static_cast<int>(std::min<unsigned int>(decimals, INT_MAX));
+  std::string text = EncodeStandard(number, fullWidth, fitted);
 
   if (text != "*") {
     // 4. Where the padding ends and where the decimal point is. The text is ASCII, so byte

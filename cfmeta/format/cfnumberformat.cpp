@@ -39,6 +39,12 @@ constexpr unsigned int kFormatTypeCount = 12;
 
 enum class SciLocale : uint32_t { US = 0, Germany = 1, Default = 2 };
 
+// The most decimals a scientific text carries. A double's exact decimal expansion has fewer
+// significant digits than this, and ICU's formatter silently renders wrong digits (1.5 as
+// "0E+000") once asked for tens of thousands of them, so a format asking for more renders
+// nothing rather than a wrong number.
+constexpr unsigned int kMaxScientificDecimals = 999;
+
 // Scientific formatters, one per locale and number of decimals, kept per thread: a formatter
 // is costly to make and cheap to reuse, and a thread's own copy needs no lock. Formatting
 // with a kept formatter gives what a freshly made one would, since nothing changes it after
@@ -74,6 +80,7 @@ class SciFormatters {
   std::unordered_map<uint64_t, std::unique_ptr<icu::DecimalFormat>> m_formats;
 
   static icu::DecimalFormat* Make(SciLocale which, unsigned int decimals) {
+    if (decimals > kMaxScientificDecimals) return nullptr;
     const icu::Locale* locale = nullptr;
     if (which == SciLocale::US) locale = &icu::Locale::getUS();
     if (which == SciLocale::Germany) locale = &icu::Locale::getGermany();

@@ -72,8 +72,8 @@ class CFMETA_API CFNumberFormat : public CFFormat {
   // Renders `value` into `out`; `units` plays no part. A null datum renders as "." whatever
   // the format, even the empty one.
   //   0  done.
-  //   1  the format is empty, `value` is a string, or no ICU formatter could be made; `out`
-  //      is empty.
+  //   1  the format is empty, `value` is a string, or no ICU formatter could be made (also a
+  //      Scientific format with more than 999 decimals); `out` is empty.
   //   other: the standard rendering failed; `out` is empty.
   // Standard text is right-aligned in the width; Scientific text has one integer digit,
   // exactly `decimals` decimals in the symbol's locale (Period US, Comma German, Local the

@@ -216,6 +216,35 @@ TEST(CFNumberFormatTest, ScientificShapeFollowsTheDecimalSymbol) {
   }
 }
 
+// Decimal counts far beyond any width or any double's digits either render under the usual
+// rules or fail; they never render a wrong number.
+TEST(CFNumberFormatTest, HugeDecimalCountsRenderRightOrNotAtAll) {
+  struct Row {
+    CFNumberFormat::FormatType type;
+    unsigned decimals;
+    const char* expected;
+  } rows[] = {
+      {CFNumberFormat::Standard, 2147483647u, "1.500000"},  // cut to the width
+      {CFNumberFormat::Standard, 3000000000u, "1.500000"},  // beyond an int
+      {CFNumberFormat::Standard, 4294967295u, "1.500000"},
+      {CFNumberFormat::Scientific, 999u, nullptr},  // the most a scientific text carries
+      {CFNumberFormat::Scientific, 1000u, "<failed 1>"},
+      {CFNumberFormat::Scientific, 32767u, "<failed 1>"},
+      {CFNumberFormat::Scientific, 2147483647u, "<failed 1>"},
+      {CFNumberFormat::Scientific, 4294967295u, "<failed 1>"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.decimals);
+    const CFNumberFormat format = Make(row.type, 8, row.decimals, DecSym::Period, GrpSym::None);
+    const std::string text = Render(format, CFDatum(1.5));
+    if (row.expected != nullptr) {
+      EXPECT_EQ(row.expected, text);
+    } else {
+      EXPECT_EQ("1." + std::string(row.decimals, '0').replace(0, 1, "5") + "E+000", text);
+    }
+  }
+}
+
 // Kept formatters and symbols must give what fresh ones would: when the settings or the
 // default locale change between calls, the text follows.
 TEST(CFNumberFormatTest, RenderingFollowsSettingsAndDefaultLocale) {

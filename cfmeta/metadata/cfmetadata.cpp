@@ -512,9 +512,12 @@ int CFMetaData::Impl::Export(std::string& out) const {
     if (created == nullptr) return kFailed;
   }
 
+  // A text holding a character the document cannot carry (a control character read from an
+  // XML 1.1 document) serialises to nothing: no document at all, so the export fails.
   std::string text;
   rc = doc.doc2string(text);
   if (rc != 0) return rc;
+  if (text.empty()) return kFailed;
   out.swap(text);
   return 0;
 }

@@ -150,8 +150,9 @@ class CFMETA_API CFMetaData {
   // --- XML ---
 
   // Writes the whole document into `out`. False, leaving `out` unchanged, when there are no
-  // fields or a field or the summaries cannot be written. A failure while writing the counts,
-  // formats or groups only stops the rest of those three parts; what was written stays.
+  // fields, a field or the summaries cannot be written, or a text holds a character no XML 1.0
+  // document can carry (see ValidateXMLChars). A failure while writing the counts, formats or
+  // groups only stops the rest of those three parts; what was written stays.
   bool ExportXMLDoc(std::string& out) const;
   // False when `text` holds a control byte (1 to 31 other than tab, line feed and carriage
   // return) that an XML document cannot carry.

@@ -8,11 +8,13 @@
 #include <vector>
 
 #include "cfmeta/field/cfdatum.h"
+#include "cfmeta/field/cffield.h"
 #include "cfmeta/format/cfdateformat.h"
 #include "cfmeta/format/cfformat.h"
 #include "cfmeta/format/cfformat_testutil.h"
 #include "cfmeta/format/cfnumberformat.h"
 #include "cfmeta/format/cfstringformat.h"
+#include "cfmeta/metadata/cfmetadata_testutil.h"
 #include "cfmeta/stats/cfcatstatsimp.h"
 #include "cfmeta/stats/cfcontstats.h"
 #include "cfmeta/summaries/cfdatasetsummaries.h"
@@ -26,7 +28,12 @@
 
 namespace {
 
+using cfmeta_test::Counts;
+using cfmeta_test::Document;
+using cfmeta_test::Field;
+using cfmeta_test::Fields;
 using cfmeta_test::MakeElement;
+using cfmeta_test::NumberFormat;
 namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
 namespace XMLElements = CfCppHelperV1::XMLElements;
 namespace XMLEntities = CfCppHelperV1::XMLEntities;
@@ -40,36 +47,6 @@ class UpperCase : public CFUpperFunc {
     return out;
   }
 };
-
-std::string Field(const std::string& name, const char* storage = XMLEntities::Integer,
-                  const char* measure = XMLEntities::Nominal) {
-  return MakeElement(XMLElements::Field, {{XMLAttributes::Name, name},
-                                          {XMLAttributes::Storage, storage},
-                                          {XMLAttributes::Measure, measure}});
-}
-
-std::string NumberFormat(const std::string& name, int width = 10) {
-  return MakeElement(XMLElements::NumberFormat,
-                     {{XMLAttributes::Name, name},
-                      {XMLAttributes::Width, std::to_string(width)},
-                      {XMLAttributes::FormatType, XMLEntities::Standard},
-                      {XMLAttributes::DecimalPlaces, "2"},
-                      {XMLAttributes::DecimalSymbol, XMLEntities::Period},
-                      {XMLAttributes::GroupingSymbol, XMLEntities::None}});
-}
-
-std::string Document(const std::string& children) {
-  return MakeElement(XMLElements::DataModel, {}, children);
-}
-
-std::string Fields(const std::string& children) {
-  return children.empty() ? MakeElement(XMLElements::Fields, {})
-                          : MakeElement(XMLElements::Fields, {}, children);
-}
-
-std::string Counts(std::initializer_list<std::pair<std::string, std::string>> attributes) {
-  return MakeElement(XMLElements::RecordCounts, attributes);
-}
 
 std::string ReadFile(const std::string& name) {
   std::string path = std::string(CFMETA_TESTDATA_DIR) + "/" + name;
@@ -522,6 +499,56 @@ TEST(CFMetaDataTest, ValidateXMLCharsAcceptsOnlyWhatXMLCarries) {
   EXPECT_FALSE(CFMetaData::ValidateXMLChars("unit\x1Fseparator"));
   EXPECT_FALSE(CFMetaData::ValidateXMLChars(std::string("a\x01", 2)));
   EXPECT_TRUE(CFMetaData::ValidateXMLChars(std::string("nul\0inside", 10)));
+}
+
+// Text given through the interface that a document cannot carry: bytes that are not UTF-8
+// are written as U+FFFD, a NUL ends the text, and a control character fails the export.
+TEST(CFMetaDataTest, ExportWritesOnlyWhatXMLCarries) {
+  const CFMetaData source(Document(Fields(Field("f"))), nullptr);
+  ASSERT_EQ(1u, source.FieldCount());
+  struct Row {
+    std::string name;
+    std::string label;
+    const char* nameRead;  // null: the export fails
+    const char* labelRead;
+  } rows[] = {
+      {"a\xff", "b\xc3", "a\xef\xbf\xbd", "b\xef\xbf\xbd"},
+      {"n", std::string("x\0y", 3), "n", "x"},
+      {"n", "x\x01y", nullptr, nullptr},
+      {"n\x1f", "x", nullptr, nullptr},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.label);
+    CFField field(*source.GetField(0u));
+    field.SetName(row.name);
+    field.SetLabel(row.label);
+    CFMetaData metadata(nullptr);
+    ASSERT_EQ(0, metadata.AppendField(field));
+    std::string out = "unchanged";
+    const bool wrote = metadata.ExportXMLDoc(out);
+    if (row.nameRead == nullptr) {
+      EXPECT_FALSE(wrote);
+      EXPECT_EQ("unchanged", out);
+      continue;
+    }
+    ASSERT_TRUE(wrote);
+    const CFMetaData reread(out, nullptr);
+    ASSERT_EQ(1u, reread.FieldCount());
+    EXPECT_EQ(row.nameRead, reread.GetField(0u)->GetName());
+    EXPECT_EQ(row.labelRead, reread.GetField(0u)->GetLabel());
+  }
+
+  // An XML 1.1 document may carry a control character that no exported document can.
+  const std::string xml11 =
+      "<?xml version=\"1.1\"?>" +
+      Document(Fields("<" + std::string(XMLElements::Field) + " " + XMLAttributes::Name +
+                      "=\"f\" " + XMLAttributes::DisplayLabel + "=\"&#1;\"/>"));
+  const CFMetaData loaded(xml11, nullptr);
+  ASSERT_EQ(1u, loaded.FieldCount());
+  EXPECT_EQ("\x01", loaded.GetField(0u)->GetLabel());
+  std::string out = "unchanged";
+  EXPECT_FALSE(loaded.ExportXMLDoc(out));
+  EXPECT_EQ("unchanged", out);
 }
 
 TEST(CFMetaDataTest, SumStatsSurviveExportAndLoad) {

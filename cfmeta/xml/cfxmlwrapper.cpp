@@ -10,6 +10,7 @@
 #include <fstream>
 #include <iostream>
 #include <limits>
+#include <utility>
 #include <xercesc/dom/DOM.hpp>
 #include <xercesc/framework/MemBufFormatTarget.hpp>
 #include <xercesc/framework/MemBufInputSource.hpp>
@@ -44,6 +45,45 @@ constexpr XMLSize_t kEntityValueLimit = 1024;
 
 // Thrown out of the parse when a declaration breaks kEntityValueLimit.
 struct EntityTooLong {};
+
+// handleTabAndCR, leaving the bytes in [keepFrom, keepTo) as they are.
+void EscapeTabAndCR(std::string& text, size_t keepFrom, size_t keepTo) {
+  size_t count = 0;
+  for (size_t i = 0; i < text.size(); ++i) {
+    if ((text[i] == '\t' || text[i] == '\r') && (i < keepFrom || i >= keepTo)) ++count;
+  }
+  if (count == 0) return;
+  std::string escaped;
+  escaped.reserve(text.size() + 4 * count + 1);
+  for (size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (i >= keepFrom && i < keepTo) {
+      escaped.push_back(c);
+    } else if (c == '\t') {
+      escaped += "&#x9;";
+    } else if (c == '\r') {
+      escaped += "&#xD;";
+    } else {
+      escaped.push_back(c);
+    }
+  }
+  // The escaped text keeps one trailing NUL inside its length; readers of the buffer form
+  // receive it too.
+  escaped.push_back('\0');
+  text.swap(escaped);
+}
+
+// Where the serialised `text` of `document` holds its DTD's internal subset, which the
+// serialiser writes as it was read; [0, 0) when there is none.
+std::pair<size_t, size_t> InternalSubsetIn(const std::string& text, const DOMDocument* document) {
+  const DOMDocumentType* type = document != nullptr ? document->getDoctype() : nullptr;
+  if (type == nullptr || type->getInternalSubset() == nullptr) return {0, 0};
+  const std::string subset = "[" + CFXMLConverter(type->getInternalSubset()).str() + "]";
+  const size_t doctype = text.find("<!DOCTYPE");
+  const size_t at = doctype == std::string::npos ? doctype : text.find(subset, doctype);
+  if (at == std::string::npos) return {0, 0};
+  return {at, at + subset.size()};
+}
 
 class BoundedDOMParser : public XercesDOMParser {
  public:
@@ -469,7 +509,10 @@ int CFXMLWrapper::doc2string(std::string& out) const {
   // NUL as one escaped by handleTabAndCR, so a caller sees one rule whoever did the escaping.
   bool escapedAlready =
       out.find("&#x9;") != std::string::npos || out.find("&#xD;") != std::string::npos;
-  handleTabAndCR(out);
+  // Between declarations of the internal subset a character reference is no white space at
+  // all: the subset keeps its tabs, or the text would not parse again.
+  const std::pair<size_t, size_t> subset = InternalSubsetIn(out, m_document);
+  EscapeTabAndCR(out, subset.first, subset.second);
   if (escapedAlready && out.back() != '\0') out.push_back('\0');
   return kXMLOk;
 }
@@ -785,26 +828,7 @@ bool CFXMLWrapper::ToString(long long value, std::string& out) {
   return true;
 }
 
-void CFXMLWrapper::handleTabAndCR(std::string& text) {
-  size_t count = 0;
-  for (char c : text) count += (c == '\t' || c == '\r') ? 1 : 0;
-  if (count == 0) return;
-  std::string escaped;
-  escaped.reserve(text.size() + 4 * count + 1);
-  for (char c : text) {
-    if (c == '\t') {
-      escaped += "&#x9;";
-    } else if (c == '\r') {
-      escaped += "&#xD;";
-    } else {
-      escaped.push_back(c);
-    }
-  }
-  // The escaped text keeps one trailing NUL inside its length; readers of the buffer form
-  // receive it too.
-  escaped.push_back('\0');
-  text.swap(escaped);
-}
+void CFXMLWrapper::handleTabAndCR(std::string& text) { EscapeTabAndCR(text, 0, 0); }
 
 std::string CFXMLWrapper::loadStringFromFile(const char* path) {
   if (path == nullptr) return std::string();

@@ -97,7 +97,9 @@ class CFMETA_API CFXMLWrapper {
   void createFromElement(XERCES_CPP_NAMESPACE::DOMElement* element);
 
   // Serialises the owned document, or the wrapped element when there is none. Tabs and
-  // carriage returns are escaped by handleTabAndCR. Always 0.
+  // carriage returns are escaped by handleTabAndCR. Always 0; a document holding a character
+  // its XML version cannot carry (a control character in an XML 1.0 document) gives an empty
+  // text.
   int doc2string(std::string& out) const;
   // As above into `buf`: `*needed` becomes the text's length plus one; 13 when that exceeds
   // `capacity` (the buffer is untouched), else the text and a NUL are copied and 0 returned.

@@ -552,6 +552,31 @@ TEST(CFXMLWrapperTest, TabsAndCarriageReturnsAreEscapedWithATrailingNul) {
   EXPECT_EQ('>', plain.back());
 }
 
+// The internal subset is written as it was read: a character reference between its
+// declarations would not parse, so its tabs stay while those elsewhere are escaped.
+TEST(CFXMLWrapperTest, InternalSubsetKeepsItsTabsAndParsesAgain) {
+  const std::string subset = "<!ENTITY\te \"v\tw\">\t";
+  const std::string rows[] = {
+      "<!DOCTYPE r [" + subset + "]><r a=\"&#9;\">&e;</r>",
+      "<!DOCTYPE r [" + subset + "]><r>&e;</r>",  // nothing else to escape
+      "<!--\t--><!DOCTYPE r [" + subset + "]><r>\t&e;</r>",
+  };
+  for (const std::string& xml : rows) {
+    SCOPED_TRACE(xml);
+    auto doc = Parse(xml);
+    ASSERT_NE(nullptr, doc->getElement());
+    const std::string text = Serialise(*doc);
+    EXPECT_NE(std::string::npos, text.find("\">\t]>"));  // the tab between declarations
+    auto back = Parse(text.c_str());
+    ASSERT_NE(nullptr, back->getElement());
+    EXPECT_EQ(text, Serialise(*back));
+    // Outside the subset every tab is escaped, and only an escape adds the trailing NUL.
+    const std::string outside = text.substr(text.find(']'));
+    EXPECT_EQ(std::string::npos, outside.find('\t'));
+    EXPECT_EQ(outside.find("&#x9;") != std::string::npos, text.back() == '\0');
+  }
+}
+
 TEST(CFXMLWrapperTest, FilesLoadFromTheirFirstAngleBracket) {
   const std::string body = std::string("<Root a=\"1\">\r\n\xC3\xA9\0tail</Root>\n", 30);
   struct Row {
