@@ -13,6 +13,7 @@
 #include "cfmeta/field/cfmodelfield.h"
 #include "cfmeta/field/cfrange.h"
 #include "cfmeta/field/cfvalue.h"
+#include "cfmeta/format/cfcommonformat.h"
 #include "cfmeta/format/cfdateformat.h"
 #include "cfmeta/format/cfdecoratedformat.h"
 #include "cfmeta/format/cfformat.h"

@@ -43,9 +43,8 @@ CFDateFormat::CFDateFormat() = default;
 
 CFDateFormat::CFDateFormat(FormatType type, int width, unsigned int decimals,
                            UnitsSeparator separator, bool twoDigitYear, bool namesLocal)
-    : m_formatType(type),
-      m_width(width),
-      m_decimals(decimals),
+    : CFDecimalsFormat(width, decimals),
+      m_formatType(type),
       m_separator(separator),
       m_twoDigitYear(twoDigitYear),
       m_namesLocal(namesLocal) {}
@@ -55,11 +54,8 @@ CFDateFormat::CFDateFormat(const CFXMLWrapper& elem) {
 }
 
 CFDateFormat::CFDateFormat(const CFDateFormat& other)
-    : m_formatType(other.m_formatType),
-      m_width(other.m_width),
-      m_alignment(other.m_alignment),
-      m_name(other.m_name),
-      m_decimals(other.m_decimals),
+    : CFDecimalsFormat(other),
+      m_formatType(other.m_formatType),
       m_separator(other.m_separator),
       m_twoDigitYear(other.m_twoDigitYear),
       m_namesLocal(other.m_namesLocal),
@@ -67,11 +63,8 @@ CFDateFormat::CFDateFormat(const CFDateFormat& other)
 
 CFDateFormat& CFDateFormat::operator=(const CFDateFormat& other) {
   if (this != &other) {
+    CFDecimalsFormat::operator=(other);
     m_formatType = other.m_formatType;
-    m_width = other.m_width;
-    m_alignment = other.m_alignment;
-    m_name = other.m_name;
-    m_decimals = other.m_decimals;
     m_separator = other.m_separator;
     m_twoDigitYear = other.m_twoDigitYear;
     m_namesLocal = other.m_namesLocal;
@@ -147,30 +140,8 @@ const CFTimeFormat* CFDateFormat::GetTimeFormat() const { return m_timeFormat.ge
 
 CFFormat* CFDateFormat::Clone() const { return new CFDateFormat(*this); }
 
-void CFDateFormat::SetName(const std::string& name) {
-  if (!IsEmpty()) m_name = name;
-}
-
-int CFDateFormat::GetWidth() const { return m_width; }
-
-CFFormat::Alignment CFDateFormat::GetAlignment() const { return m_alignment; }
-
-void CFDateFormat::SetAlignment(Alignment align) {
-  if (!IsEmpty()) m_alignment = align;
-}
-
-std::string CFDateFormat::GetName() const { return m_name; }
-
 CFDateFormat::FormatType CFDateFormat::GetFormatType() const {
   return IsEmpty() ? Y_M_D : m_formatType;
-}
-
-unsigned int CFDateFormat::GetDecimals() const { return IsEmpty() ? 0 : m_decimals; }
-
-void CFDateFormat::SetWidthDecimals(int width, unsigned int decimals) {
-  if (IsEmpty() || width == 0) return;
-  m_width = width;
-  m_decimals = decimals;
 }
 
 void CFDateFormat::SetSeparator(UnitsSeparator separator) {

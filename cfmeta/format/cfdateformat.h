@@ -21,12 +21,13 @@
 #include <string>
 
 #include "cfmeta/cfmeta_export.h"
+#include "cfmeta/format/cfcommonformat.h"
 #include "cfmeta/format/cfformat.h"
 #include "cfmeta/format/cfformatutils.h"
 
 class CFTimeFormat;
 
-class CFMETA_API CFDateFormat : public CFFormat {
+class CFMETA_API CFDateFormat : public CFDecimalsFormat {
  public:
   enum FormatType : uint32_t {
     // The texts shown are those of the Slash separator and a four-digit year.
@@ -74,15 +75,10 @@ class CFMETA_API CFDateFormat : public CFFormat {
 
   // A new deep CFDateFormat; the caller owns it.
   CFFormat* Clone() const override;
-  void SetName(const std::string& name) override;
-  int GetWidth() const override;
-  Alignment GetAlignment() const override;
-  void SetAlignment(Alignment align);
-  std::string GetName() const override;
+  // Name, width, alignment and decimals, and what the empty format does with them, are
+  // those of CFDecimalsFormat.
+
   FormatType GetFormatType() const;
-  unsigned int GetDecimals() const;
-  // Also ignored when `width` is 0: a format cannot be emptied this way.
-  void SetWidthDecimals(int width, unsigned int decimals);
   void SetSeparator(UnitsSeparator separator);
   void GetSeparator(UnitsSeparator& separator) const;
   bool GetTwoDigitYear() const;
@@ -114,16 +110,11 @@ class CFMETA_API CFDateFormat : public CFFormat {
 
  private:
   FormatType m_formatType = Y_M_D;
-  int m_width = 0;
-  Alignment m_alignment = Auto;
-  std::string m_name;
-  unsigned int m_decimals = 0;
   UnitsSeparator m_separator = UnitsSeparator::None;
   bool m_twoDigitYear = false;
   bool m_namesLocal = false;
   std::unique_ptr<CFTimeFormat> m_timeFormat;
 
-  bool IsEmpty() const { return m_width == 0; }
   int Read(const CfExtension::CFXMLWrapper& elem);
   // Copies into the attached time format when there is one, so that pointers to it stay
   // valid; null drops it.

@@ -40,7 +40,7 @@ size_t Utf16Length(const char* text, size_t size) {
 CFDecoratedFormat::CFDecoratedFormat() = default;
 
 CFDecoratedFormat::CFDecoratedFormat(FormatType type, int width, unsigned int decimals)
-    : m_formatType(type), m_width(width), m_decimals(decimals), m_negPrefix("-") {}
+    : CFDecimalsFormat(width, decimals), m_formatType(type), m_negPrefix("-") {}
 
 CFDecoratedFormat::CFDecoratedFormat(const CFXMLWrapper& elem) {
   // 1. Name, width and alignment; 2. type, decimals and symbols; 3. affixes and currency.
@@ -86,30 +86,8 @@ void CFDecoratedFormat::Reset(FormatType type, int width, unsigned int decimals)
 
 CFFormat* CFDecoratedFormat::Clone() const { return new CFDecoratedFormat(*this); }
 
-void CFDecoratedFormat::SetName(const std::string& name) {
-  if (!IsEmpty()) m_name = name;
-}
-
-int CFDecoratedFormat::GetWidth() const { return m_width; }
-
-CFFormat::Alignment CFDecoratedFormat::GetAlignment() const { return m_alignment; }
-
-void CFDecoratedFormat::SetAlignment(Alignment align) {
-  if (!IsEmpty()) m_alignment = align;
-}
-
-std::string CFDecoratedFormat::GetName() const { return m_name; }
-
 CFDecoratedFormat::FormatType CFDecoratedFormat::GetFormatType() const {
   return IsEmpty() ? Currency : m_formatType;
-}
-
-unsigned int CFDecoratedFormat::GetDecimals() const { return IsEmpty() ? 0 : m_decimals; }
-
-void CFDecoratedFormat::SetWidthDecimals(int width, unsigned int decimals) {
-  if (IsEmpty() || width == 0) return;
-  m_width = width;
-  m_decimals = decimals;
 }
 
 void CFDecoratedFormat::SetSeparators(DecimalSymbol decSym, GroupingSymbol grpSym) {

@@ -25,10 +25,11 @@
 #include <string>
 
 #include "cfmeta/cfmeta_export.h"
+#include "cfmeta/format/cfcommonformat.h"
 #include "cfmeta/format/cfformat.h"
 #include "cfmeta/format/cfformatutils.h"
 
-class CFMETA_API CFDecoratedFormat : public CFFormat {
+class CFMETA_API CFDecoratedFormat : public CFDecimalsFormat {
  public:
   enum FormatType : uint32_t { Currency = 0, Percentage = 1 };
   // The texts of the two types, in value order, ended by (0, nullptr).
@@ -60,15 +61,10 @@ class CFMETA_API CFDecoratedFormat : public CFFormat {
 
   // A new CFDecoratedFormat; the caller owns it.
   CFFormat* Clone() const override;
-  void SetName(const std::string& name) override;
-  int GetWidth() const override;
-  Alignment GetAlignment() const override;
-  void SetAlignment(Alignment align);
-  std::string GetName() const override;
+  // Name, width, alignment and decimals, and what the empty format does with them, are
+  // those of CFDecimalsFormat.
+
   FormatType GetFormatType() const;
-  unsigned int GetDecimals() const;
-  // Also ignored when `width` is 0: a format cannot be emptied this way.
-  void SetWidthDecimals(int width, unsigned int decimals);
   void SetSeparators(DecimalSymbol decSym, GroupingSymbol grpSym);
   void GetSeparators(DecimalSymbol& decSym, GroupingSymbol& grpSym) const;
 
@@ -104,10 +100,6 @@ class CFMETA_API CFDecoratedFormat : public CFFormat {
 
  private:
   FormatType m_formatType = Currency;
-  int m_width = 0;
-  Alignment m_alignment = Auto;
-  std::string m_name;
-  unsigned int m_decimals = 0;
   DecimalSymbol m_decimalSymbol = DecimalSymbol::Period;
   GroupingSymbol m_groupingSymbol = GroupingSymbol::None;
   std::string m_prefix;
@@ -116,7 +108,6 @@ class CFMETA_API CFDecoratedFormat : public CFFormat {
   std::string m_negSuffix;
   unsigned int m_customCurrencyID = 0;
 
-  bool IsEmpty() const { return m_width == 0; }
   int ReadAffixesAndCurrency(const CfExtension::CFXMLWrapper& elem);
 };
 

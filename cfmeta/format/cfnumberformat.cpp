@@ -103,7 +103,7 @@ class SciFormatters {
 CFNumberFormat::CFNumberFormat() = default;
 
 CFNumberFormat::CFNumberFormat(FormatType type, int width, unsigned int decimals)
-    : m_formatType(type), m_width(width), m_decimals(decimals) {}
+    : CFDecimalsFormat(width, decimals), m_formatType(type) {}
 
 CFNumberFormat::CFNumberFormat(const CFXMLWrapper& elem) {
   cfformat_internal::NumberAttrs attrs;
@@ -128,30 +128,8 @@ void CFNumberFormat::Reset(FormatType type, int width, unsigned int decimals) {
 
 CFFormat* CFNumberFormat::Clone() const { return new CFNumberFormat(*this); }
 
-void CFNumberFormat::SetName(const std::string& name) {
-  if (!IsEmpty()) m_name = name;
-}
-
-int CFNumberFormat::GetWidth() const { return m_width; }
-
-CFFormat::Alignment CFNumberFormat::GetAlignment() const { return m_alignment; }
-
-void CFNumberFormat::SetAlignment(Alignment align) {
-  if (!IsEmpty()) m_alignment = align;
-}
-
-std::string CFNumberFormat::GetName() const { return m_name; }
-
 CFNumberFormat::FormatType CFNumberFormat::GetFormatType() const {
   return IsEmpty() ? Standard : m_formatType;
-}
-
-unsigned int CFNumberFormat::GetDecimals() const { return IsEmpty() ? 0 : m_decimals; }
-
-void CFNumberFormat::SetWidthDecimals(int width, unsigned int decimals) {
-  if (IsEmpty() || width == 0) return;
-  m_width = width;
-  m_decimals = decimals;
 }
 
 void CFNumberFormat::SetSeparators(DecimalSymbol decSym, GroupingSymbol grpSym) {

@@ -15,10 +15,11 @@
 #include <string>
 
 #include "cfmeta/cfmeta_export.h"
+#include "cfmeta/format/cfcommonformat.h"
 #include "cfmeta/format/cfformat.h"
 #include "cfmeta/format/cfformatutils.h"
 
-class CFMETA_API CFNumberFormat : public CFFormat {
+class CFMETA_API CFNumberFormat : public CFDecimalsFormat {
  public:
   // Only Scientific renders differently; the other types render as Standard and are kept so
   // that they survive a read and a write.
@@ -57,15 +58,10 @@ class CFMETA_API CFNumberFormat : public CFFormat {
 
   // A new CFNumberFormat; the caller owns it.
   CFFormat* Clone() const override;
-  void SetName(const std::string& name) override;
-  int GetWidth() const override;
-  Alignment GetAlignment() const override;
-  void SetAlignment(Alignment align);
-  std::string GetName() const override;
+  // Name, width, alignment and decimals, and what the empty format does with them, are
+  // those of CFDecimalsFormat.
+
   FormatType GetFormatType() const;
-  unsigned int GetDecimals() const;
-  // Also ignored when `width` is 0: a format cannot be emptied this way.
-  void SetWidthDecimals(int width, unsigned int decimals);
   void SetSeparators(DecimalSymbol decSym, GroupingSymbol grpSym);
   void GetSeparators(DecimalSymbol& decSym, GroupingSymbol& grpSym) const;
 
@@ -89,14 +85,9 @@ class CFMETA_API CFNumberFormat : public CFFormat {
 
  private:
   FormatType m_formatType = Standard;
-  int m_width = 0;
-  Alignment m_alignment = Auto;
-  std::string m_name;
-  unsigned int m_decimals = 0;
   DecimalSymbol m_decimalSymbol = DecimalSymbol::Period;
   GroupingSymbol m_groupingSymbol = GroupingSymbol::None;
 
-  bool IsEmpty() const { return m_width == 0; }
   int FormatScientific(double value, std::string& out) const;
 };
 

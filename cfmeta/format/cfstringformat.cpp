@@ -17,7 +17,7 @@ using CfExtension::CFXMLWrapper;
 CFStringFormat::CFStringFormat() = default;
 
 CFStringFormat::CFStringFormat(int width, bool hexadecimal)
-    : m_width(width), m_hexadecimal(hexadecimal) {}
+    : CFCommonFormat(width), m_hexadecimal(hexadecimal) {}
 
 CFStringFormat::CFStringFormat(const CFXMLWrapper& elem) {
   int rc = CFFormatUtils::GetCommonAttr(elem, m_name, m_width, m_alignment);
@@ -36,20 +36,6 @@ void CFStringFormat::Reset(int width, bool hexadecimal) {
 }
 
 CFFormat* CFStringFormat::Clone() const { return new CFStringFormat(*this); }
-
-void CFStringFormat::SetName(const std::string& name) {
-  if (!IsEmpty()) m_name = name;
-}
-
-int CFStringFormat::GetWidth() const { return m_width; }
-
-CFFormat::Alignment CFStringFormat::GetAlignment() const { return m_alignment; }
-
-void CFStringFormat::SetAlignment(Alignment align) {
-  if (!IsEmpty()) m_alignment = align;
-}
-
-std::string CFStringFormat::GetName() const { return m_name; }
 
 bool CFStringFormat::GetHexRep() const { return m_hexadecimal; }
 

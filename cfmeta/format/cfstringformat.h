@@ -13,9 +13,10 @@
 #include <string>
 
 #include "cfmeta/cfmeta_export.h"
+#include "cfmeta/format/cfcommonformat.h"
 #include "cfmeta/format/cfformat.h"
 
-class CFMETA_API CFStringFormat : public CFFormat {
+class CFMETA_API CFStringFormat : public CFCommonFormat {
  public:
   // The empty format: width 0, not hexadecimal, Auto, no name.
   CFStringFormat();
@@ -35,11 +36,9 @@ class CFMETA_API CFStringFormat : public CFFormat {
 
   // A new CFStringFormat; the caller owns it.
   CFFormat* Clone() const override;
-  void SetName(const std::string& name) override;
-  int GetWidth() const override;
-  Alignment GetAlignment() const override;
-  void SetAlignment(Alignment align);
-  std::string GetName() const override;
+  // Name, width and alignment, and what the empty format does with them, are those of
+  // CFCommonFormat.
+
   bool GetHexRep() const;
 
   // Renders `value` into `out`, which is emptied first; `units` plays no part. Only a free
@@ -58,12 +57,7 @@ class CFMETA_API CFStringFormat : public CFFormat {
   char GetFormatClass() const override;
 
  private:
-  int m_width = 0;
   bool m_hexadecimal = false;
-  Alignment m_alignment = Auto;
-  std::string m_name;
-
-  bool IsEmpty() const { return m_width == 0; }
 };
 
 #endif  // CFMETA_FORMAT_CFSTRINGFORMAT_H_

@@ -49,9 +49,8 @@ CFTimeFormat::CFTimeFormat() = default;
 
 CFTimeFormat::CFTimeFormat(FormatType type, int width, unsigned int decimals,
                            UnitsSeparator separator, bool paddedHMS)
-    : m_formatType(type),
-      m_width(width),
-      m_decimals(decimals),
+    : CFDecimalsFormat(width, decimals),
+      m_formatType(type),
       m_separator(separator),
       m_paddedHMS(paddedHMS) {}
 
@@ -99,30 +98,8 @@ void CFTimeFormat::Reset(FormatType type, int width, unsigned int decimals,
 
 CFFormat* CFTimeFormat::Clone() const { return new CFTimeFormat(*this); }
 
-void CFTimeFormat::SetName(const std::string& name) {
-  if (!IsEmpty()) m_name = name;
-}
-
-int CFTimeFormat::GetWidth() const { return m_width; }
-
-CFFormat::Alignment CFTimeFormat::GetAlignment() const { return m_alignment; }
-
-void CFTimeFormat::SetAlignment(Alignment align) {
-  if (!IsEmpty()) m_alignment = align;
-}
-
-std::string CFTimeFormat::GetName() const { return m_name; }
-
 CFTimeFormat::FormatType CFTimeFormat::GetFormatType() const {
   return IsEmpty() ? H_M_S : m_formatType;
-}
-
-unsigned int CFTimeFormat::GetDecimals() const { return IsEmpty() ? 0 : m_decimals; }
-
-void CFTimeFormat::SetWidthDecimals(int width, unsigned int decimals) {
-  if (IsEmpty() || width == 0) return;
-  m_width = width;
-  m_decimals = decimals;
 }
 
 void CFTimeFormat::SetSeparator(UnitsSeparator separator) {

@@ -21,10 +21,11 @@
 #include <string>
 
 #include "cfmeta/cfmeta_export.h"
+#include "cfmeta/format/cfcommonformat.h"
 #include "cfmeta/format/cfformat.h"
 #include "cfmeta/format/cfformatutils.h"
 
-class CFMETA_API CFTimeFormat : public CFFormat {
+class CFMETA_API CFTimeFormat : public CFDecimalsFormat {
  public:
   enum FormatType : uint32_t {
     H_M = 0,     // hours and minutes; the decimals are never shown
@@ -56,15 +57,10 @@ class CFMETA_API CFTimeFormat : public CFFormat {
 
   // A new CFTimeFormat; the caller owns it.
   CFFormat* Clone() const override;
-  void SetName(const std::string& name) override;
-  int GetWidth() const override;
-  Alignment GetAlignment() const override;
-  void SetAlignment(Alignment align);
-  std::string GetName() const override;
+  // Name, width, alignment and decimals, and what the empty format does with them, are
+  // those of CFDecimalsFormat.
+
   FormatType GetFormatType() const;
-  unsigned int GetDecimals() const;
-  // Also ignored when `width` is 0: a format cannot be emptied this way.
-  void SetWidthDecimals(int width, unsigned int decimals);
   void SetSeparator(UnitsSeparator separator);
   void GetSeparator(UnitsSeparator& separator) const;
   bool GetPaddedHMS() const;
@@ -94,14 +90,8 @@ class CFMETA_API CFTimeFormat : public CFFormat {
 
  private:
   FormatType m_formatType = H_M_S;
-  int m_width = 0;
-  Alignment m_alignment = Auto;
-  std::string m_name;
-  unsigned int m_decimals = 0;
   UnitsSeparator m_separator = UnitsSeparator::None;
   bool m_paddedHMS = true;
-
-  bool IsEmpty() const { return m_width == 0; }
 };
 
 #endif  // CFMETA_FORMAT_CFTIMEFORMAT_H_
