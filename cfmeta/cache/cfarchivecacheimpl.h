@@ -35,17 +35,20 @@ class CFMETA_API CFArchiveCacheImpl : public CFDataCache, public CfExtension::CF
   // The same for a host's iterator; 37 for every failure.
   int addRecord(CfExtension::CFIterator* source, int* reserved) override;
   // Rewinds the cache's own iterator and returns it. Non-owning.
-  CFAIterator* getIterator() override;
+  CFCacheIterator* getIterator() override;
 
  private:
   template <typename Source>
   bool Append(Source* source);
   template <typename Source>
-  bool BuildRecord(Source* source, unsigned int fieldCount);
+  bool BuildRecord(Source* source);
 
   CFMetaData* m_meta;
   CFTempFiles::TAVO_TempFile* m_file;
   std::unique_ptr<CFCacheIterator> m_iterator;
+  // How each field sits on disk, derived from the metadata at m_revision.
+  std::vector<unsigned char> m_kinds;
+  unsigned long long m_revision = 0;
   // The record being appended: its first m_recordSize bytes. Kept to reuse its memory.
   std::vector<char> m_record;
   size_t m_recordSize = 0;

@@ -179,7 +179,8 @@ TEST(CFArchiveCacheImplTest, InterleavedAppendsAndReadsRoundTrip) {
       if (random() % 5 == 0) {
         record.push_back(kMissing);
       } else if (storage == XMLEntities::String) {
-        std::string text(random() % 3000, '\0');  // longer and shorter than the 1024-byte cell
+        // Longer and shorter than the 1024-byte cell; once longer than what is read ahead.
+        std::string text(r == 150 ? 600000 : random() % 3000, '\0');
         for (char& c : text) c = static_cast<char>('a' + random() % 26);
         if (!text.empty() && random() % 4 == 0) text[random() % text.size()] = '\0';
         record.push_back(Str(text));
@@ -302,6 +303,31 @@ TEST(CFArchiveCacheImplTest, UnusableStateGivesItsStatus) {
   EXPECT_EQ(1, it->GetRecordValue(0, value, length));
   EXPECT_EQ(0, it->Rewind());
   EXPECT_EQ(2, it->NextRecord());
+}
+
+// Records appended and read after a field was replaced follow its new storage; a value asked
+// for after the replacement, of a record read before it, is checked against the new fields.
+TEST(CFArchiveCacheImplTest, FollowsReplacedFields) {
+  const char* kInt = XMLEntities::Integer;
+  std::unique_ptr<CFMetaData> meta = MetaOf({kInt, XMLEntities::String});
+  std::unique_ptr<CFMetaData> others = MetaOf({kInt, XMLEntities::Real, XMLEntities::Unknown});
+  CFTempFiles::TAVO_TempFile file;
+  CFArchiveCacheImpl cache(meta.get(), &file);
+  ASSERT_EQ(0, Append(cache, {Int(7), Str("ab")}, false));
+  CFAIterator* it = cache.getIterator();
+  ExpectNext(it, {Int(7), Str("ab")});
+
+  ASSERT_EQ(1, meta->ReplaceField(1, others->GetField(1u)));
+  ASSERT_EQ(0, Append(cache, {Int(8), Int(9)}, true));
+  EXPECT_TRUE(FileBytes(file).substr(1 + 8 + 8 + 2) == std::string(1, '\0') + U64(8) + U64(9));
+  ExpectNext(it, {Int(8), Int(9)});
+
+  ASSERT_EQ(1, meta->ReplaceField(1, others->GetField(2u)));
+  void* value = nullptr;
+  size_t length = 0;
+  EXPECT_EQ(0, it->GetRecordValue(0, value, length));
+  EXPECT_EQ(1, it->GetRecordValue(1, value, length));
+  EXPECT_EQ(-1, Append(cache, {Int(1), Int(2)}, false));
 }
 
 }  // namespace

@@ -7,8 +7,9 @@
 //
 // The iterator keeps one buffer cell per field, laid out from the metadata's storage types at
 // construction: 8 bytes for numbers, dates and times, 1024 bytes for strings (grown when a
-// longer string is read), none for an unknown storage. A cell of a field that has no value in
-// the current record keeps what it held before.
+// longer string is read), none for an unknown storage. A field replaced later is read with its
+// new storage. The file is read ahead in large pieces, kept until Rewind, so most records cost
+// no call into the file.
 #ifndef CFMETA_CACHE_CFCACHEITERATOR_H_
 #define CFMETA_CACHE_CFCACHEITERATOR_H_
 
@@ -18,13 +19,13 @@
 
 #include "cfmeta/cache/cfdatacache.h"
 #include "cfmeta/cfmeta_export.h"
+#include "cfmeta/metadata/cfmetadata.h"
 
-class CFMetaData;
 namespace CFTempFiles {
 class TAVO_TempFile;
 }
 
-class CFMETA_API CFCacheIterator : public CFAIterator {
+class CFMETA_API CFCacheIterator final : public CFAIterator {
  public:
   // Neither pointer is owned; both must outlive the iterator.
   // Requires: `file`, when given, is empty and written only through the cache.
@@ -45,7 +46,21 @@ class CFMETA_API CFCacheIterator : public CFAIterator {
   // NextRecord.
   //   0 done; 1 refused: no record read since Rewind, `field` out of range, fields added or
   //     removed since construction, or the field's storage unknown.
-  int GetRecordValue(size_t field, void*& value, size_t& length) override;
+  //
+  // Defined here so that a caller holding this class, rather than CFAIterator, pays no call
+  // per value.
+  int GetRecordValue(size_t field, void*& value, size_t& length) override {
+    // The answers for a record read since the last rewind, under the fields as they were
+    // then, are ready; anything else is checked against the metadata as it is now.
+    if (field < m_slotCount && m_meta->FieldsRevision() == m_revision) {
+      const Slot& slot = m_slots[field];
+      if (slot.status != 0) return 1;
+      value = slot.value;
+      length = slot.length;
+      return 0;
+    }
+    return CheckedRecordValue(field, value, length);
+  }
   // 0 sets the read offset to the first record; 2 when there is no metadata, it has no
   // fields, or the file is missing or not open.
   int Rewind() override;
@@ -58,17 +73,32 @@ class CFMETA_API CFCacheIterator : public CFAIterator {
   struct Cell {
     std::unique_ptr<char[]> data;
     size_t capacity = 0;
-    // Bytes at and after `used` are zero.
-    size_t used = 0;
   };
+  // What GetRecordValue gives for one field of the current record.
+  struct Slot {
+    void* value = nullptr;
+    size_t length = 0;
+    int status = 0;
+  };
+  enum Parse { kParsed, kNeedMore, kDamaged };
 
-  int ReadRecord(unsigned int count);
-  bool getMissingFlags(unsigned int count, long long& offset);
+  // Takes up the metadata's fields again after they changed; false when their number differs
+  // from the cells laid out at construction, or there are none.
+  bool Relayout();
+  // Reads the record at the read offset from the bytes in hand, fetching more as it needs them.
+  int ReadRecord();
+  // Parses the record starting at `begin`, of whose bytes [begin, end) are in hand and `left`
+  // are in the file. kNeedMore sets `need` to the bytes to have in hand before trying again;
+  // kParsed sets `size` to the record's size.
+  Parse ParseRecord(const char* begin, const char* end, long long left, size_t& need, size_t& size);
+  // Reads at least `need` bytes of the file from the read offset into m_chunk.
+  bool Fetch(size_t need);
+  // GetRecordValue once the metadata changed after the current record was read: every rule
+  // is checked against the metadata as it is now.
+  int CheckedRecordValue(size_t field, void*& value, size_t& length) const;
   bool IsMissing(size_t field) const {
     return ((m_missing[field / 8] >> (7 - field % 8)) & 1) != 0;
   }
-  // Reads `bytes` into m_run and hands out its 8-byte values to m_runCells, in order.
-  bool ReadRun(size_t bytes, long long& offset);
   // Grows `cell` to at least `size` bytes, all zero when it grows.
   static void EnsureCapacity(Cell& cell, size_t size);
 
@@ -79,9 +109,19 @@ class CFMETA_API CFCacheIterator : public CFAIterator {
   // m_flagCount fields are covered; 0 while no record has been read whole.
   std::vector<unsigned char> m_missing;
   size_t m_flagCount = 0;
-  // The bytes of one read, and the cells that its values go to.
-  std::vector<char> m_run;
-  std::vector<char*> m_runCells;
+  // How each field sits on disk, derived from the metadata at m_revision.
+  std::vector<unsigned char> m_kinds;
+  unsigned long long m_revision = 0;
+  // The current record as GetRecordValue gives it; the first m_slotCount are valid, none
+  // until a record has been read whole since the last rewind.
+  std::vector<Slot> m_slots;
+  size_t m_slotCount = 0;
+  // File bytes [m_chunkStart, m_chunkStart + m_chunkLength) read ahead, kept until Rewind.
+  // The cache only ever adds at the end of the file, so bytes once read stay true.
+  std::unique_ptr<char[]> m_chunk;
+  size_t m_chunkCapacity = 0;
+  long long m_chunkStart = 0;
+  size_t m_chunkLength = 0;
   CFMetaData* m_meta;
   CFTempFiles::TAVO_TempFile* m_file;
 };

@@ -536,6 +536,7 @@ CFMetaData& CFMetaData::operator=(const CFMetaData& other) {
   if (this != &other) {
     std::unique_ptr<Impl> copy(new Impl(*other.m_impl));
     m_impl.swap(copy);
+    ++m_fieldsRevision;
   }
   return *this;
 }
@@ -591,11 +592,15 @@ void CFMetaData::GetDroppedDetails(double& badWeightCount, double& weightedDropp
   weightedDroppedCount = m_impl->weightedDroppedCount;
 }
 
-int CFMetaData::AppendField(const CFField& field) { return m_impl->AppendField(field); }
+int CFMetaData::AppendField(const CFField& field) {
+  ++m_fieldsRevision;
+  return m_impl->AppendField(field);
+}
 
 int CFMetaData::AddSharedFormat(const CFFormat& format) { return m_impl->AddSharedFormat(format); }
 
 int CFMetaData::ReplaceField(unsigned int index, const CFField* field) {
+  ++m_fieldsRevision;
   return m_impl->ReplaceField(index, field);
 }
 

@@ -61,6 +61,10 @@ class CFMETA_API CFMetaData {
   // The field's position (its name folded when a folding function is set), or -1.
   int GetFieldIndex(const std::string& name) const;
   const CFField* GetField(const std::string& name) const;
+  // A number that changes whenever the fields may have changed: AppendField, ReplaceField and
+  // assignment move it on. A reader that derives something from the fields (their storage
+  // types, say) keeps it for as long as this number stays the same.
+  unsigned long long FieldsRevision() const { return m_fieldsRevision; }
 
   unsigned int SharedFormatCount() const;
   const CFFormat* GetSharedFormat(unsigned int index) const;
@@ -162,6 +166,7 @@ class CFMETA_API CFMetaData {
 
  private:
   std::unique_ptr<Impl> m_impl;
+  unsigned long long m_fieldsRevision = 0;
 };
 
 #endif  // CFMETA_METADATA_CFMETADATA_H_

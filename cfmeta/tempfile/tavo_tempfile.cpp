@@ -13,7 +13,7 @@ namespace CFTempFiles {
 
 namespace {
 
-constexpr size_t kBufferSize = 64 * 1024;
+constexpr size_t kBufferSize = 256 * 1024;
 // Space is reserved in steps, so that appending costs one reservation per step, not per write.
 constexpr long long kReserveStep = 4 * 1024 * 1024;
 
@@ -69,22 +69,22 @@ TAVO_TempFile::~TAVO_TempFile() {
   if (m_fd >= 0) close(m_fd);
 }
 
-bool TAVO_TempFile::IsOpen() const { return m_fd >= 0 && !m_failed; }
+bool TAVO_TempFile::IsOpen() const { return Usable(); }
 
 bool TAVO_TempFile::SeekFromStart(long long offset) {
-  if (!IsOpen() || offset < 0) return false;
+  if (!Usable() || offset < 0) return false;
   m_pos = offset;
   return true;
 }
 
 bool TAVO_TempFile::SeekToEnd() {
-  if (!IsOpen()) return false;
+  if (!Usable()) return false;
   m_pos = m_size;
   return true;
 }
 
 size_t TAVO_TempFile::Read(void* buffer, size_t n) {
-  if (!IsOpen()) return 0;
+  if (!Usable()) return 0;
   char* out = static_cast<char*>(buffer);
   size_t done = 0;
   while (done < n && m_pos < m_size) {
@@ -115,8 +115,20 @@ size_t TAVO_TempFile::Read(void* buffer, size_t n) {
 }
 
 size_t TAVO_TempFile::Write(const void* data, size_t n) {
-  if (!IsOpen() || n == 0) return 0;
+  if (!Usable() || n == 0) return 0;
   const long long end = m_pos + static_cast<long long>(n);
+  // The common case, many small appends, takes only this: the bytes continue the window and
+  // fit in it, in space already reserved.
+  if (m_pos == m_bufStart + static_cast<long long>(m_bufLen) && m_bufLen + n <= kBufferSize &&
+      end <= m_reserved && m_buffer != nullptr) {
+    std::memcpy(m_buffer.get() + m_bufLen, data, n);
+    if (m_dirtyBegin == m_dirtyEnd) m_dirtyBegin = m_bufLen;
+    m_bufLen += n;
+    m_dirtyEnd = m_bufLen;
+    m_pos = end;
+    if (end > m_size) m_size = end;
+    return n;
+  }
   if (end > m_reserved && !Reserve(end)) {
     n = m_reserved > m_pos ? static_cast<size_t>(m_reserved - m_pos) : 0;
   }

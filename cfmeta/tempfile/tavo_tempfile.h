@@ -39,6 +39,8 @@ class CFMETA_API TAVO_TempFile {
   virtual size_t Write(const void* data, size_t n);
 
  private:
+  // IsOpen without the virtual call.
+  bool Usable() const { return m_fd >= 0 && !m_failed; }
   bool Flush();
   bool Reserve(long long end);
   bool InWindow(long long offset) const;

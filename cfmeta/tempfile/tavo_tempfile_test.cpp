@@ -68,9 +68,9 @@ TEST(TAVO_TempFileTest, MatchesAPlainCopyUnderMixedAccess) {
       case 1:
         return random() % 300;
       case 2:
-        return random() % 70000;  // around the buffer's size
+        return random() % 270000;  // around the buffer's size
       default:
-        return random() % 200000;
+        return random() % 600000;
     }
   };
   for (int step = 0; step < 2000; ++step) {
