@@ -1,5 +1,6 @@
 // The record cache beside bare stdio on the same number of bytes: appending a record stream
-// against fwrite in 64 KiB blocks, and reading it back field by field against fread.
+// against fwrite in 64 KiB blocks, and reading it back field by field against fread, through
+// the iterator class getIterator gives and through the abstract CFAIterator.
 //
 // The stream: 20 fields (10 reals, 5 integers, 5 strings of 4 to 40 bytes), a tenth of the
 // values missing, 1,000,000 records cycled from a pool of 4,096 made up front, small enough to
