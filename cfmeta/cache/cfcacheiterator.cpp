@@ -35,14 +35,9 @@ size_t CellSizeFor(CellKind kind) {
 CFCacheIterator::CFCacheIterator(CFMetaData* meta, CFTempFiles::TAVO_TempFile* file)
     : m_meta(meta), m_file(file) {
   if (meta == nullptr) return;
-  cfcache_internal::DeriveKinds(*meta, m_kinds, m_revision);
-  m_buffer.resize(m_kinds.size());
-  m_slots.resize(m_kinds.size());
-  for (size_t i = 0; i < m_kinds.size(); ++i) {
-    const CellKind kind = static_cast<CellKind>(m_kinds[i]);
-    EnsureCapacity(m_buffer[i], CellSizeFor(kind));
-    m_slots[i].status = kind == cfcache_internal::kUnknownCell ? 1 : 0;
-  }
+  m_buffer.resize(meta->FieldCount());
+  m_slots.resize(meta->FieldCount());
+  Relayout();
 }
 
 CFCacheIterator::~CFCacheIterator() = default;
