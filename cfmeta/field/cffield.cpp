@@ -1,7 +1,6 @@
 #include "cfmeta/field/cffield.h"
 
 #include <cstring>
-#include <limits>
 #include <string>
 #include <utility>
 
@@ -62,10 +61,9 @@ int GetEnumAttr(const CFXMLWrapper& element, const char* name, const CFField::En
   return 0;
 }
 
-// Reads a count attribute: absent gives `fallback`; negative, unconvertible or beyond `limit`
-// is refused.
-int GetCountAttr(const CFXMLWrapper& element, const char* name, long long limit, long long fallback,
-                 long long& value) {
+// Reads a count attribute through the int getter (an XML Schema integer, white space
+// collapsed, narrowed to int): absent gives `fallback`; negative or unconvertible is refused.
+int GetCountAttr(const CFXMLWrapper& element, const char* name, int fallback, int& value) {
   bool found = false;
   int rc = element.getAttribute(name, value, found);
   if (rc != 0) return rc;
@@ -73,7 +71,7 @@ int GetCountAttr(const CFXMLWrapper& element, const char* name, long long limit,
     value = fallback;
     return 0;
   }
-  return value < 0 || value > limit ? kBadContent : 0;
+  return value < 0 ? kBadContent : 0;
 }
 
 // The first direct child named `name`, or null. Owned by `element`.
@@ -366,14 +364,12 @@ int CFField::Read(const CFXMLWrapper& element, bool isBaseField) {
                    structureStorage);
   if (rc != 0) return rc;
 
-  constexpr long long kIntMax = std::numeric_limits<int32_t>::max();
-  long long depth = 0, elementCount = 0, maxStringLength = 0;
-  rc = GetCountAttr(element, XMLAttributes::Depth, kIntMax, -1, depth);
+  int depth = 0, elementCount = 0, maxStringLength = 0;
+  rc = GetCountAttr(element, XMLAttributes::Depth, -1, depth);
   if (rc != 0) return rc;
-  rc = GetCountAttr(element, XMLAttributes::ElementCount, kIntMax, -1, elementCount);
+  rc = GetCountAttr(element, XMLAttributes::ElementCount, -1, elementCount);
   if (rc != 0) return rc;
-  rc = GetCountAttr(element, XMLAttributes::MaxStringLength, std::numeric_limits<uint32_t>::max(),
-                    0, maxStringLength);
+  rc = GetCountAttr(element, XMLAttributes::MaxStringLength, 0, maxStringLength);
   if (rc != 0) return rc;
   rc = GetEnumAttr(element, XMLAttributes::Measure, kMeasureTable, UnknownType, measure);
   if (rc != 0) return rc;

@@ -120,13 +120,13 @@ TEST(CFFieldTest, ReadsAttributes) {
                  {XMLAttributes::Role, XMLEntities::FreqWeight},
                  {XMLAttributes::Structure, XMLEntities::List},
                  {XMLAttributes::StructureStorage, XMLEntities::Timestamp},
-                 {XMLAttributes::Depth, "0"},
-                 {XMLAttributes::ElementCount, "2147483647"},
-                 {XMLAttributes::MaxStringLength, "4294967295"},
+                 {XMLAttributes::Depth, "4 "},  // integers collapse white space
+                 {XMLAttributes::ElementCount, " 2147483647"},
+                 {XMLAttributes::MaxStringLength, " 12 "},
                  {XMLAttributes::Measure, XMLEntities::Ordinal},
                  {XMLAttributes::DisplayLabel, "Date of visit"},
                  {kSubRole, "weight <w>"}}),
-       "when|2|4|5|0|6|weight <w>|4294967295|0|2147483647|Date of visit|1..0|[]|1..0[]N|[]||"},
+       "when|2|4|5|0|6|weight <w>|12|4|2147483647|Date of visit|1..0|[]|1..0[]N|[]||"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.first);
@@ -219,7 +219,7 @@ TEST(CFFieldTest, DamagedFieldReadsAsDefault) {
       WithAttr(XMLAttributes::Depth, "-1"),
       WithAttr(XMLAttributes::Depth, "2147483648"),
       WithAttr(XMLAttributes::ElementCount, "deep"),
-      WithAttr(XMLAttributes::MaxStringLength, "4294967296"),
+      WithAttr(XMLAttributes::MaxStringLength, "4294967295"),  // narrowed to int: negative
       // Children refused by the field's type or storage, after content that was accepted.
       Typed(kInteger, XMLEntities::Nominal, values + range),
       Typed(XMLEntities::String, XMLEntities::Continuous, range),

@@ -1,7 +1,6 @@
 #include "cfmeta/field/cfgeo.h"
 
 #include <cmath>
-#include <limits>
 #include <memory>
 #include <string>
 #include <utility>
@@ -35,18 +34,14 @@ int ReadText(const CFXMLWrapper& element, const char* name, CFGeoProperty<std::s
   return rc;
 }
 
-// Reads a 32-bit integer attribute into `property` when it is there; a number that does not
-// fit is refused rather than wrapped.
+// Reads an integer attribute into `property` when it is there, through the int getter (an XML
+// Schema integer, white space collapsed, narrowed to int).
 int ReadInt32(const CFXMLWrapper& element, const char* name, CFGeoProperty<int32_t>& property) {
-  long long value = 0;
+  int value = 0;
   bool found = false;
   int rc = element.getAttribute(name, value, found);
-  if (rc != 0 || !found) return rc;
-  if (value < std::numeric_limits<int32_t>::min() || value > std::numeric_limits<int32_t>::max()) {
-    return kBadContent;
-  }
-  property.Set(static_cast<int32_t>(value));
-  return 0;
+  if (rc == 0 && found) property.Set(value);
+  return rc;
 }
 
 // Adds a set coordinate; one that is not finite is left out (see the header).

@@ -62,10 +62,10 @@ TEST(CFGeoTest, ReadsEachGivenPropertyWithItsFlag) {
       {MakeElement(XMLElements::Geo, {}), "-|-|-|-|-|-"},
       {MakeElement(XMLElements::Geo,
                    {{XMLAttributes::Type, XMLEntities::MultiLineString},
-                    {XMLAttributes::Coordinates, "3"},
+                    {XMLAttributes::Coordinates, " 3 "},  // integers collapse white space
                     {XMLAttributes::Csname, "WGS 84"},
                     {XMLAttributes::IsProjected, "false"},
-                    {XMLAttributes::Wkid, "-4326"},
+                    {XMLAttributes::Wkid, "-4326 "},
                     {XMLAttributes::Wkt, kWkt}},
                    envelope),
        "3|3|-4326|'WGS 84'|0|'" + std::string(kWkt) + "'|[-10.5,60,2,49.25]"},
@@ -107,7 +107,7 @@ TEST(CFGeoTest, FirstBadAttributeEndsTheAttributesButNotTheEnvelope) {
   const Row rows[] = {
       {XMLAttributes::Type, "Hexagon", "-|-|-|-|-|-|[1,-,-,-]"},
       {XMLAttributes::Coordinates, "2.5", "5|-|-|-|-|-|[1,-,-,-]"},
-      {XMLAttributes::Coordinates, "4294967298", "5|-|-|-|-|-|[1,-,-,-]"},
+      {XMLAttributes::Coordinates, "9223372036854775808", "5|-|-|-|-|-|[1,-,-,-]"},
       {XMLAttributes::IsProjected, "True", "5|2|-|'n'|-|-|[1,-,-,-]"},
       {XMLAttributes::IsProjected, "1", "5|2|-|'n'|-|-|[1,-,-,-]"},
       {XMLAttributes::Wkid, "EPSG:4326", "5|2|-|'n'|0|-|[1,-,-,-]"},

@@ -166,7 +166,6 @@ TEST(CFFieldGroupTest, TypeAndNameTogetherIdentifyAGroup) {
   EXPECT_TRUE(meta.SetFieldGroup(CFMetaData::PlainGroup, "set", {"d"}, "", ""));  // never folded
   EXPECT_FALSE(meta.SetFieldGroup(CFMetaData::PlainGroup, "Set", {"e"}, "", ""));
   EXPECT_FALSE(meta.SetFieldGroup(CFMetaData::SplitGroup, "Empty", {}, "", ""));
-  EXPECT_FALSE(meta.SetFieldGroup(static_cast<CFMetaData::GroupType>(4), "Odd", {"a"}, "", ""));
   EXPECT_EQ(
       "0 Set [] [] a\n"
       "0 set [] [] d\n"
@@ -210,6 +209,36 @@ TEST(CFFieldGroupTest, TypeAndNameTogetherIdentifyAGroup) {
       "1 Set [B] [] b c\n"
       "3 S [] [] s\n",
       ListGroups(meta));
+}
+
+// A group of a type outside the four kinds is kept and found; writing it fails, which on export
+// stops only the groups after it.
+TEST(CFFieldGroupTest, GroupOfAnUnknownTypeIsKeptButNotWritten) {
+  const auto odd = static_cast<CFMetaData::GroupType>(4);
+  CFMetaData meta(Document(""), nullptr);
+  ASSERT_EQ(1u, meta.FieldCount());
+  ASSERT_TRUE(meta.SetFieldGroup(CFMetaData::PlainGroup, "Before", {"a"}, "", ""));
+  ASSERT_TRUE(meta.SetFieldGroup(odd, "Odd", {"a"}, "L", ""));
+  ASSERT_TRUE(meta.SetFieldGroup(CFMetaData::SplitGroup, "After", {"a"}, "", ""));
+  EXPECT_FALSE(meta.SetFieldGroup(odd, "Odd", {"b"}, "", ""));
+  std::string name, label, counted;
+  std::vector<std::string> fields;
+  ASSERT_TRUE(meta.GetFieldGroup(odd, 0u, name, fields, label, counted));
+  EXPECT_EQ("Odd", name);
+  EXPECT_EQ("L", label);
+  EXPECT_TRUE(meta.GetFieldGroup(odd, "Odd", fields, label, counted));
+
+  std::string exported;
+  ASSERT_TRUE(meta.ExportXMLDoc(exported));
+  CFMetaData reloaded(exported, nullptr);
+  ASSERT_EQ(1u, reloaded.FieldCount());
+  EXPECT_EQ("0 Before [] [] a\n", ListGroups(reloaded));
+
+  CFMetaData copy(meta);
+  EXPECT_TRUE(copy.DropFieldGroup(odd, "Odd"));
+  EXPECT_FALSE(copy.GetFieldGroup(odd, 0u, name, fields, label, counted));
+  ASSERT_TRUE(copy.ExportXMLDoc(exported));
+  EXPECT_EQ("0 Before [] [] a\n3 After [] [] a\n", ListGroups(CFMetaData(exported, nullptr)));
 }
 
 }  // namespace

@@ -57,10 +57,6 @@ const char* SlotAttribute(CFField::StorageType storage) {
   }
 }
 
-bool IsGroupType(CFMetaData::GroupType type) {
-  return type >= CFMetaData::PlainGroup && type <= CFMetaData::SplitGroup;
-}
-
 // Room for one more element, growing geometrically: reserving exactly one more each time
 // would copy the whole vector on every append.
 template <typename T>
@@ -159,18 +155,18 @@ class CFMetaData::Impl {
     weightedDroppedCount = Known(weightedDropped);
   }
 
-  // Takes ownership of `group` unless it has no members, its type is not one of the four or
-  // its type and name are taken; a refused group is destroyed.
+  // Takes ownership of `group` unless it has no members or its type and name are taken; a
+  // refused group is destroyed.
   bool AddGroup(std::unique_ptr<CFFieldGroup> group);
   // The group's position in the list, or -1.
   int IndexOfGroup(CFMetaData::GroupType type, const std::string& name) const {
-    if (!IsGroupType(type)) return -1;
     auto found = groupIndex.find(GroupKey(type, name));
     return found == groupIndex.end() ? -1 : static_cast<int>(found->second);
   }
   int IndexOfGroup(CFMetaData::GroupType type, unsigned int ordinal) const {
-    if (!IsGroupType(type) || ordinal >= groupsOfType[type].size()) return -1;
-    return static_cast<int>(groupsOfType[type][ordinal]);
+    auto ofType = groupsOfType.find(type);
+    if (ofType == groupsOfType.end() || ordinal >= ofType->second.size()) return -1;
+    return static_cast<int>(ofType->second[ordinal]);
   }
   bool DropGroup(CFMetaData::GroupType type, const std::string& name);
 
@@ -194,7 +190,9 @@ class CFMetaData::Impl {
   using GroupKey = std::pair<int32_t, std::string>;
   std::map<GroupKey, size_t> groupIndex;
   // The positions of each type's groups, in list order, so the ordinal look-up is direct.
-  std::vector<size_t> groupsOfType[4];
+  // A group of a type outside the four kinds is kept like any other (it fails only when
+  // written), so the types are not a fixed set.
+  std::map<int32_t, std::vector<size_t>> groupsOfType;
   // Groups taken out of the list, kept like the dropped formats.
   std::vector<std::unique_ptr<CFFieldGroup>> droppedGroups;
   int slots[4] = {-1, -1, -1, -1};
@@ -224,7 +222,7 @@ CFMetaData::Impl::Impl(const Impl& other)
   groups.reserve(other.groups.size());
   for (const auto& group : other.groups) groups.emplace_back(new CFFieldGroup(*group));
   groupIndex = other.groupIndex;
-  for (int i = 0; i < 4; ++i) groupsOfType[i] = other.groupsOfType[i];
+  groupsOfType = other.groupsOfType;
 }
 
 int CFMetaData::Impl::AppendField(const CFField& field) {
@@ -307,7 +305,7 @@ int CFMetaData::Impl::SetDefaultFormat(CFField::StorageType storage, const std::
 
 bool CFMetaData::Impl::AddGroup(std::unique_ptr<CFFieldGroup> group) {
   const CFMetaData::GroupType type = group->GetType();
-  if (group->GetFields().empty() || !IsGroupType(type)) return false;
+  if (group->GetFields().empty()) return false;
   // Room first, so that once the index accepts the group nothing can fail.
   MakeRoomForOne(groups);
   MakeRoomForOne(groupsOfType[type]);
@@ -324,7 +322,7 @@ bool CFMetaData::Impl::DropGroup(CFMetaData::GroupType type, const std::string& 
   // The positions after the dropped group move down; the new index is built aside and swapped
   // in, so a failure while building it changes nothing.
   std::map<GroupKey, size_t> index;
-  std::vector<size_t> ofType[4];
+  std::map<int32_t, std::vector<size_t>> ofType;
   for (size_t i = 0; i < groups.size(); ++i) {
     if (i == dropped) continue;
     const size_t position = i < dropped ? i : i - 1;
@@ -334,7 +332,7 @@ bool CFMetaData::Impl::DropGroup(CFMetaData::GroupType type, const std::string& 
   droppedGroups.push_back(std::move(groups[dropped]));
   groups.erase(groups.begin() + at);
   groupIndex.swap(index);
-  for (int i = 0; i < 4; ++i) groupsOfType[i].swap(ofType[i]);
+  groupsOfType.swap(ofType);
   return true;
 }
 

@@ -120,8 +120,9 @@ class CFMETA_API CFMetaData {
 
   // --- Field groups ---
 
-  // Appends a group. False, changing nothing, when `fields` is empty, `type` is not one of the
-  // four kinds, or a group of this type and name (exact, never folded) is already present.
+  // Appends a group. False, changing nothing, when `fields` is empty or a group of this type and
+  // name (exact, never folded) is already present. A type outside the four kinds is kept and
+  // found like the others, but cannot be written: on export it stops the groups after it.
   bool SetFieldGroup(GroupType type, const std::string& name,
                      const std::vector<std::string>& fields, const std::string& label,
                      const std::string& countedValue);
@@ -155,8 +156,10 @@ class CFMETA_API CFMetaData {
 
   // Writes the whole document into `out`. False, leaving `out` unchanged, when there are no
   // fields, a field or the summaries cannot be written, or a text holds a character no XML 1.0
-  // document can carry (see ValidateXMLChars). A failure while writing the counts, formats or
-  // groups only stops the rest of those three parts; what was written stays.
+  // document can carry (see ValidateXMLChars): a label holding byte 0x01, say, fails the export
+  // and the serialiser's "Caught DOM Exception " message is printed on standard output. A
+  // failure while writing the counts, formats or groups only stops the rest of those three
+  // parts; what was written stays.
   bool ExportXMLDoc(std::string& out) const;
   // False when `text` holds a control byte (1 to 31 other than tab, line feed and carriage
   // return) that an XML document cannot carry.

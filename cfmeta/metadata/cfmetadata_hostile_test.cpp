@@ -176,7 +176,7 @@ TEST(CFMetaDataHostileTest, NumbersAtTheEdgesOfTheirGrammars) {
       {"-0", 0, 0, 0, true},
       {"0x10", -2, -2, 0, false},
       {" 5", 5, 5, 5, true},
-      {"5 ", 5, -2, 0, false},      // a double collapses white space; an integer takes none after
+      {"5 ", 5, 5, 0, false},  // a double and an int collapse white space; a 64-bit value does not
       {"1e-400", 0, -2, 0, false},  // below a double: zero
       {"99999999999999999999", 1e20, -2, 0, false},
   };

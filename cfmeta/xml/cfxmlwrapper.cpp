@@ -73,6 +73,63 @@ void EscapeTabAndCR(std::string& text, size_t keepFrom, size_t keepTo) {
   text.swap(escaped);
 }
 
+// The position just past the construct that starts at `at` and that the serialiser writes as
+// it was read: a comment, CDATA section, processing instruction or document type declaration
+// (with its internal subset). `at` itself when no such construct starts there.
+size_t SkipVerbatim(const std::string& text, size_t at) {
+  auto past = [&text](size_t from, const char* end) {
+    const size_t found = text.find(end, from);
+    return found == std::string::npos ? text.size() : found + std::strlen(end);
+  };
+  if (text.compare(at, 4, "<!--") == 0) return past(at + 4, "-->");
+  if (text.compare(at, 9, "<![CDATA[") == 0) return past(at + 9, "]]>");
+  if (text.compare(at, 2, "<?") == 0) return past(at + 2, "?>");
+  if (text.compare(at, 9, "<!DOCTYPE") != 0) return at;
+  // Quoted literals may hold any of "[]<>"; inside the subset, comments and processing
+  // instructions may too.
+  bool inSubset = false;
+  size_t i = at + 9;
+  while (i < text.size()) {
+    const char c = text[i];
+    if (c == '"' || c == '\'') {
+      i = past(i + 1, c == '"' ? "\"" : "'");
+    } else if (inSubset && c == '<') {
+      const size_t skipped = SkipVerbatim(text, i);
+      i = skipped == i ? i + 1 : skipped;
+    } else if (c == '[' && !inSubset) {
+      inSubset = true;
+      ++i;
+    } else if (c == ']' && inSubset) {
+      inSubset = false;
+      ++i;
+    } else if (c == '>' && !inSubset) {
+      return i + 1;
+    } else {
+      ++i;
+    }
+  }
+  return text.size();
+}
+
+// Whether the serialiser wrote one of the document's tabs or carriage returns as a character
+// reference. It writes such references only in markup and character data, where a literal
+// "&#x9;" of the document is written "&amp;#x9;"; in the verbatim constructs it is just text.
+bool HoldsEscapedTabOrCR(const std::string& text) {
+  size_t i = 0;
+  while (i < text.size()) {
+    const size_t next = text.find_first_of("&<", i);
+    if (next == std::string::npos) return false;
+    if (text[next] == '&') {
+      if (text.compare(next, 5, "&#x9;") == 0 || text.compare(next, 5, "&#xD;") == 0) return true;
+      i = next + 1;
+    } else {
+      const size_t skipped = SkipVerbatim(text, next);
+      i = skipped == next ? next + 1 : skipped;
+    }
+  }
+  return false;
+}
+
 // Where the serialised `text` of `document` holds its DTD's internal subset, which the
 // serialiser writes as it was read; [0, 0) when there is none.
 std::pair<size_t, size_t> InternalSubsetIn(const std::string& text, const DOMDocument* document) {
@@ -507,8 +564,7 @@ int CFXMLWrapper::doc2string(std::string& out) const {
   // The serialiser escapes tabs and carriage returns in attribute values, and carriage returns
   // in text, on its own (elsewhere it writes "&" as "&amp;"). Such a text ends with the same
   // NUL as one escaped by handleTabAndCR, so a caller sees one rule whoever did the escaping.
-  bool escapedAlready =
-      out.find("&#x9;") != std::string::npos || out.find("&#xD;") != std::string::npos;
+  const bool escapedAlready = HoldsEscapedTabOrCR(out);
   // Between declarations of the internal subset a character reference is no white space at
   // all: the subset keeps its tabs, or the text would not parse again.
   const std::pair<size_t, size_t> subset = InternalSubsetIn(out, m_document);

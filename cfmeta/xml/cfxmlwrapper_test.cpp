@@ -546,10 +546,26 @@ TEST(CFXMLWrapperTest, TabsAndCarriageReturnsAreEscapedWithATrailingNul) {
   EXPECT_EQ(0, back->getAttribute("a", value, found));
   EXPECT_EQ("x\ty\rz", value);
 
-  // Without a tab or carriage return there is no trailing NUL.
-  std::string plain = Serialise(*Parse("<Root a=\"x\"/>"));
-  ASSERT_FALSE(plain.empty());
-  EXPECT_EQ('>', plain.back());
+  // Without a tab or carriage return there is no trailing NUL, even where the document's own
+  // text spells their character references.
+  const char* plainRows[] = {
+      "<Root a=\"x\"/>",
+      "<Root a=\"&amp;#x9;\">&amp;#xD;</Root>",
+      "<Root><!-- &#x9; --></Root>",
+      "<Root><![CDATA[&#xD; and &#x9;]]></Root>",
+      "<Root><?pi &#x9;?></Root>",
+      "<!DOCTYPE Root [<!-- &#x9; --><!ENTITY e \"&#38;#x9;\">]><Root/>",
+  };
+  for (const char* row : plainRows) {
+    SCOPED_TRACE(row);
+    auto parsed = Parse(row);
+    ASSERT_NE(nullptr, parsed->getElement());
+    std::string plain = Serialise(*parsed);
+    ASSERT_FALSE(plain.empty());
+    EXPECT_EQ('>', plain.back());
+  }
+  // A real tab after such a text still counts.
+  EXPECT_EQ('\0', Serialise(*Parse("<Root><!-- &#x9; --><a b=\"&#9;\"/></Root>")).back());
 }
 
 // The internal subset is written as it was read: a character reference between its
