@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "cfmeta/field/cffieldread_internal.h"
+#include "cfmeta/field/cffieldwrite_internal.h"
 #include "cfmeta/field/cfgeo.h"
 #include "cfmeta/field/cfmodelfield.h"
 #include "cfmeta/format/cfdateformat.h"
@@ -261,6 +262,17 @@ int GetValuesList(const CFXMLWrapper& element, CFDatum::DataType type, std::vect
 }  // namespace cfmeta_internal
 
 CFField::CFField() = default;
+
+CFField::CFField(const std::string& name, StorageType storage, FieldType type) {
+  if (name.empty() || cfmeta_internal::TextFor(kStorageTable, storage) == nullptr ||
+      cfmeta_internal::TextFor(kMeasureTable, type) == nullptr) {
+    return;
+  }
+  m_name = name;
+  m_storage = storage;
+  m_type = type;
+  m_role = Input;
+}
 
 CFField::CFField(const CFXMLWrapper& element, bool isBaseField) {
   if (Read(element, isBaseField) != 0) *this = CFField();

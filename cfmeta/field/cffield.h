@@ -85,6 +85,10 @@ class CFMETA_API CFField {
 
   // The default field (empty name).
   CFField();
+  // A live field with role Input and everything else as a field element with only these three
+  // attributes reads: it takes every setter, and AddToTree writes exactly that element. An
+  // empty name, or a storage or type outside its enumeration, gives the default field.
+  CFField(const std::string& name, StorageType storage, FieldType type);
   // Reads a field element. `isBaseField` is true when the element is itself another field's
   // base field; its own base-field child is then ignored, so base fields never nest. Any
   // failure leaves the default field.

@@ -21,8 +21,10 @@ namespace XMLElements = CfCppHelperV1::XMLElements;
 namespace XMLEntities = CfCppHelperV1::XMLEntities;
 using Attributes = std::initializer_list<std::pair<std::string, std::string>>;
 using cfmeta_test::DatumText;
+using cfmeta_test::Describe;
 using cfmeta_test::MakeElement;
 using cfmeta_test::Parse;
+using cfmeta_test::ReadField;
 
 const char* const kSubRole = "subRole";
 
@@ -64,45 +66,6 @@ std::string StringFormatXml(const std::string& hexadecimal = XMLEntities::False)
   return MakeElement(XMLElements::StringFormat, {{XMLAttributes::Name, "Text"},
                                                  {XMLAttributes::Width, "8"},
                                                  {XMLAttributes::Hexadecimal, hexadecimal}});
-}
-
-CFField ReadField(const std::string& xml, bool isBaseField = false) {
-  auto doc = Parse(xml);
-  EXPECT_NE(nullptr, doc->getElement()) << xml;
-  return CFField(*doc, isBaseField);
-}
-
-std::string Describe(const std::vector<CFValue>& values) {
-  std::string text = "[";
-  for (const CFValue& value : values) {
-    text += DatumText(value.GetValue()) + "/" + value.GetLabel() + "/" +
-            std::to_string(value.GetFlag()) + " ";
-  }
-  return text + "]";
-}
-
-// Every member of a field as one text, so that two fields compare in one check.
-std::string Describe(const CFField& field) {
-  const CFMissingValues& missing = field.GetMissingValues();
-  std::string text =
-      field.GetName() + "|" + std::to_string(field.GetType()) + "|" +
-      std::to_string(field.GetStorage()) + "|" + std::to_string(field.GetRole()) + "|" +
-      std::to_string(field.GetStructure()) + "|" + std::to_string(field.GetStructureStorage()) +
-      "|" + field.GetSubRole() + "|" + std::to_string(field.GetMaxStringLength()) + "|" +
-      std::to_string(field.GetDepth()) + "|" + std::to_string(field.GetElementCount()) + "|" +
-      field.GetLabel() + "|" + DatumText(field.GetRange().GetLimits().first) + ".." +
-      DatumText(field.GetRange().GetLimits().second) + "|" + Describe(field.GetValues()) + "|" +
-      DatumText(missing.GetMissingRange().GetLimits().first) + ".." +
-      DatumText(missing.GetMissingRange().GetLimits().second) +
-      Describe(missing.GetMissingValueList()) + (missing.IsNullMissing() ? "N" : "") +
-      (missing.IsWhiteSpMissing() ? "W" : "") + "|" + Describe(field.GetValueLabels()) + "|" +
-      field.GetFormatReference() + "|";
-  if (field.GetPrivateFormat() != nullptr) {
-    text += field.GetPrivateFormat()->GetFormatClass() + field.GetPrivateFormat()->GetName() +
-            std::to_string(field.GetPrivateFormat()->GetWidth());
-  }
-  if (field.GetBaseField() != nullptr) text += "{" + Describe(*field.GetBaseField()) + "}";
-  return text;
 }
 
 TEST(CFFieldTest, ReadsAttributes) {

@@ -2,12 +2,17 @@
 #ifndef CFMETA_FIELD_CFFIELD_TESTUTIL_H_
 #define CFMETA_FIELD_CFFIELD_TESTUTIL_H_
 
+#include <gtest/gtest.h>
+
 #include <initializer_list>
 #include <string>
 #include <vector>
 
 #include "cfmeta/field/cfdatum.h"
+#include "cfmeta/field/cffield.h"
 #include "cfmeta/field/cfvalue.h"
+#include "cfmeta/format/cfformat.h"
+#include "cfmeta/xml/cfxml_testutil.h"
 
 namespace cfmeta_test {
 
@@ -24,6 +29,46 @@ inline std::vector<CFValue> ValueList(std::initializer_list<CFDatum> datums) {
   std::vector<CFValue> list;
   for (const CFDatum& datum : datums) list.emplace_back(datum);
   return list;
+}
+
+// Reads a field from its element's text.
+inline CFField ReadField(const std::string& xml, bool isBaseField = false) {
+  auto doc = Parse(xml);
+  EXPECT_NE(nullptr, doc->getElement()) << xml;
+  return CFField(*doc, isBaseField);
+}
+
+inline std::string Describe(const std::vector<CFValue>& values) {
+  std::string text = "[";
+  for (const CFValue& value : values) {
+    text += DatumText(value.GetValue()) + "/" + value.GetLabel() + "/" +
+            std::to_string(value.GetFlag()) + " ";
+  }
+  return text + "]";
+}
+
+// Every member of a field as one text, so that two fields compare in one check.
+inline std::string Describe(const CFField& field) {
+  const CFMissingValues& missing = field.GetMissingValues();
+  std::string text =
+      field.GetName() + "|" + std::to_string(field.GetType()) + "|" +
+      std::to_string(field.GetStorage()) + "|" + std::to_string(field.GetRole()) + "|" +
+      std::to_string(field.GetStructure()) + "|" + std::to_string(field.GetStructureStorage()) +
+      "|" + field.GetSubRole() + "|" + std::to_string(field.GetMaxStringLength()) + "|" +
+      std::to_string(field.GetDepth()) + "|" + std::to_string(field.GetElementCount()) + "|" +
+      field.GetLabel() + "|" + DatumText(field.GetRange().GetLimits().first) + ".." +
+      DatumText(field.GetRange().GetLimits().second) + "|" + Describe(field.GetValues()) + "|" +
+      DatumText(missing.GetMissingRange().GetLimits().first) + ".." +
+      DatumText(missing.GetMissingRange().GetLimits().second) +
+      Describe(missing.GetMissingValueList()) + (missing.IsNullMissing() ? "N" : "") +
+      (missing.IsWhiteSpMissing() ? "W" : "") + "|" + Describe(field.GetValueLabels()) + "|" +
+      field.GetFormatReference() + "|";
+  if (field.GetPrivateFormat() != nullptr) {
+    text += field.GetPrivateFormat()->GetFormatClass() + field.GetPrivateFormat()->GetName() +
+            std::to_string(field.GetPrivateFormat()->GetWidth());
+  }
+  if (field.GetBaseField() != nullptr) text += "{" + Describe(*field.GetBaseField()) + "}";
+  return text;
 }
 
 }  // namespace cfmeta_test

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "cfmeta/field/cffield.h"
+#include "cfmeta/field/cffield_testutil.h"
 #include "cfmeta/field/cffieldparts_testutil.h"
 #include "cfmeta/field/cfgeo.h"
 #include "cfmeta/field/cfmodelfield.h"
@@ -15,6 +16,8 @@
 #include "cfmeta/xml/cfxmlwrapper.h"
 
 namespace {
+
+using cfmeta_test::ReadField;
 
 using CfExtension::CFXMLIteratorWrapper;
 using CfExtension::CFXMLWrapper;
@@ -30,11 +33,6 @@ std::string FieldXml(const std::string& children) {
                       {XMLAttributes::Storage, XMLEntities::Real},
                       {XMLAttributes::Measure, XMLEntities::Continuous}},
                      children);
-}
-
-CFField ReadField(const std::string& xml) {
-  auto doc = cfmeta_test::Parse(xml);
-  return CFField(*doc, false);
 }
 
 // The field's model field and geospatial properties as one text; "none" for each one absent.

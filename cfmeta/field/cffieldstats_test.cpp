@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "cfmeta/field/cffield.h"
+#include "cfmeta/field/cffield_testutil.h"
 #include "cfmeta/format/cfnumberformat.h"
 #include "cfmeta/stats/cfcatstatsimp.h"
 #include "cfmeta/stats/cfcontstats.h"
@@ -16,6 +17,8 @@
 #include "cfmeta/xml/cfxmlwrapper.h"
 
 namespace {
+
+using cfmeta_test::ReadField;
 
 using CfExtension::CFXMLIteratorWrapper;
 using CfExtension::CFXMLWrapper;
@@ -30,11 +33,6 @@ std::string FieldXml(const char* storage, const char* measure, const std::string
                       {XMLAttributes::Storage, storage},
                       {XMLAttributes::Measure, measure}},
                      children);
-}
-
-CFField ReadField(const std::string& xml) {
-  auto doc = cfmeta_test::Parse(xml);
-  return CFField(*doc, false);
 }
 
 // Writes `field`, reads the written element back, and lists the written element's children.

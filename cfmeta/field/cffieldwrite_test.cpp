@@ -15,18 +15,14 @@
 
 namespace {
 
+using cfmeta_test::ReadField;
+
 using CfExtension::CFXMLIteratorWrapper;
 using CfExtension::CFXMLWrapper;
 using cfmeta_test::MakeElement;
 namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
 namespace XMLElements = CfCppHelperV1::XMLElements;
 namespace XMLEntities = CfCppHelperV1::XMLEntities;
-
-// Reads the first field element of a Fields document.
-CFField ReadField(const std::string& fieldXml) {
-  auto doc = cfmeta_test::Parse(fieldXml);
-  return CFField(*doc, false);
-}
 
 // Writes `field` under a fresh root and returns the written element's text, or "" when the
 // write failed (the root must then have no child).
@@ -38,6 +34,46 @@ std::string Write(const CFField& field, bool isBase = false) {
 
 std::string Attr(const char* name, const std::string& value) {
   return std::string(name) + "=\"" + value + "\"";
+}
+
+// A field built in code writes exactly the element whose reading gives it back, and takes
+// setters; what cannot be written gives the default field.
+TEST(CFFieldWriteTest, FieldBuiltInCodeWritesItsOwnElement) {
+  const struct {
+    CFField::StorageType storage;
+    const char* storageText;
+    CFField::FieldType type;
+    const char* typeText;
+  } rows[] = {
+      {CFField::IntegerStorage, XMLEntities::Integer, CFField::Nominal, XMLEntities::Nominal},
+      {CFField::TimestampStorage, XMLEntities::Timestamp, CFField::Continuous,
+       XMLEntities::Continuous},
+      {CFField::UnknownStorage, XMLEntities::Unknown, CFField::UnknownType, XMLEntities::Unknown},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.storageText);
+    const CFField built("a<b", row.storage, row.type);
+    // The serialiser writes attributes in name order.
+    const std::string element =
+        MakeElement(XMLElements::Field, {{XMLAttributes::Measure, row.typeText},
+                                         {XMLAttributes::Name, "a<b"},
+                                         {XMLAttributes::Role, XMLEntities::Input},
+                                         {XMLAttributes::Storage, row.storageText}});
+    EXPECT_EQ(element, Write(built));
+    EXPECT_EQ(cfmeta_test::Describe(ReadField(element)), cfmeta_test::Describe(built));
+  }
+  CFField live("n", CFField::IntegerStorage, CFField::Flag);
+  live.SetValues(cfmeta_test::ValueList({CFDatum(0), CFDatum(1)}));
+  EXPECT_EQ(2u, live.GetValues().size());
+  EXPECT_TRUE(live.SetFieldType(CFField::Continuous));
+
+  for (const CFField& unwritable :
+       {CFField("", CFField::RealStorage, CFField::Continuous),
+        CFField("x", static_cast<CFField::StorageType>(7), CFField::Continuous),
+        CFField("x", CFField::RealStorage, static_cast<CFField::FieldType>(-1))}) {
+    EXPECT_EQ("", unwritable.GetName());
+    EXPECT_EQ(CFField::NoRole, unwritable.GetRole());
+  }
 }
 
 TEST(CFFieldWriteTest, WritesOnlyWhatDiffersFromTheDefaults) {
