@@ -1,5 +1,7 @@
 #include "cfmeta/summaries/cfdatasetsummaries.h"
 
+#include <memory>
+
 #include "cfmeta/summaries/cfsummaryio_internal.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
@@ -44,6 +46,10 @@ CFOverallSummaries::CFOverallSummaries(const CFOverallSummaries& other)
 
 CFOverallSummaries::~CFOverallSummaries() = default;
 
+void CFOverallSummaries::setRecordCountsExt(const CFRecordCountsExt& recordCounts) {
+  m_recordCounts = std::make_unique<CFRecordCountsExt>(recordCounts);
+}
+
 void CFOverallSummaries::AddToTree(CFXMLWrapper& parent, CFXMLWrapper*& created) const {
   WriteSummary(parent, XMLElements::OverallSummaries, created,
                [this](auto& io) { Exchange(io, *this); });
@@ -68,6 +74,14 @@ CFDatasetSummaries::CFDatasetSummaries(const CFDatasetSummaries& other)
       m_fields(DeepCopy(other.m_fields)) {}
 
 CFDatasetSummaries::~CFDatasetSummaries() = default;
+
+void CFDatasetSummaries::setOverallSummaries(const CFOverallSummaries& overall) {
+  m_overall = std::make_unique<CFOverallSummaries>(overall);
+}
+
+void CFDatasetSummaries::setFieldSummaries(const CFFieldSummaries& fields) {
+  m_fields = std::make_unique<CFFieldSummaries>(fields);
+}
 
 void CFDatasetSummaries::releaseOverallSummaries() { m_overall.reset(); }
 

@@ -2,10 +2,17 @@
 // CFDatasetSummaries owns at most one CFOverallSummaries (whole-dataset flags) and at most one
 // CFFieldSummaries (per-field summaries).
 //
-// These classes are read-and-write-back containers with no setters: they are built from XML
-// or by copying. Reading never throws: a violation sets parseSuccess() false and stops reading
-// there. AddToTree attaches only a complete element; on failure `created` is null and `parent`
-// is as it was. Copies are deep.
+// These classes, like every class of the summaries tree, are read from XML, copied, or built in
+// code: a default object is the one an empty element reads into, parseSuccess() included, and
+// setters fill it by one rule. Each getX() has a setX(...): a value is stored and, where it has
+// a has-flag, marked as given; a child object is passed by const reference and copied. Each
+// indexed getX(i) has an addX(const X&) that appends a copy. Setters refuse nothing and never
+// change parseSuccess(): AddToTree alone refuses an object that lacks a required attribute or
+// child, exactly as it refuses one read from a damaged element.
+//
+// Reading never throws: a violation sets parseSuccess() false and stops reading there.
+// AddToTree attaches only a complete element; on failure `created` is null and `parent` is as
+// it was. Copies are deep.
 #ifndef CFMETA_SUMMARIES_CFDATASETSUMMARIES_H_
 #define CFMETA_SUMMARIES_CFDATASETSUMMARIES_H_
 
@@ -49,6 +56,12 @@ class CFMETA_API CFOverallSummaries {
   bool getIncludeUMissing() const { return m_includeUMissing; }
   bool getIncludeNotValid() const { return m_includeNotValid; }
 
+  // Replaces the record counts with a copy of the one given.
+  void setRecordCountsExt(const CFRecordCountsExt& recordCounts);
+  void setCurrent(bool current) { m_current = current; }
+  void setIncludeUMissing(bool includeUMissing) { m_includeUMissing = includeUMissing; }
+  void setIncludeNotValid(bool includeNotValid) { m_includeNotValid = includeNotValid; }
+
   void AddToTree(CfExtension::CFXMLWrapper& parent, CfExtension::CFXMLWrapper*& created) const;
 
  private:
@@ -79,6 +92,9 @@ class CFMETA_API CFDatasetSummaries {
   // Owned by this root; null when absent.
   const CFOverallSummaries* getOverallSummaries() const { return m_overall.get(); }
   const CFFieldSummaries* getFieldSummaries() const { return m_fields.get(); }
+  // Each replaces its child with a copy of the one given.
+  void setOverallSummaries(const CFOverallSummaries& overall);
+  void setFieldSummaries(const CFFieldSummaries& fields);
   // Each destroys its child and leaves none; nothing is handed to the caller.
   void releaseOverallSummaries();
   void releaseFieldSummaries();

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "cfmeta/summaries/cfdistributionsummary.h"
 #include "cfmeta/summaries/cffieldsummaries.h"
 #include "cfmeta/summaries/cfstatisticsext.h"
 #include "cfmeta/summaries/cfsummaries_testutil.h"
@@ -12,6 +13,7 @@
 namespace {
 
 using cfmeta_test::Canonical;
+using cfmeta_test::ExpectWrittenOnlyWhenComplete;
 using cfmeta_test::kNothing;
 using cfmeta_test::MakeElement;
 using cfmeta_test::ReadAs;
@@ -120,6 +122,250 @@ TEST(CFDatasetSummariesTest, BadOverallSummaryStopsTheFieldSummaries) {
   EXPECT_EQ(Canonical(Root(Written(CFOverallSummaries()))), Written(*good));
   EXPECT_EQ(Canonical(Root(Written(CFOverallSummaries()) + Written(*copy.getFieldSummaries()))),
             Written(copy));
+}
+
+// One of each part, built in code, and the document that reads into the same tree.
+CFDatasetSummaries BuiltTree() {
+  CFOverallSummaries overall;
+  overall.setRecordCountsExt(CFRecordCountsExt());
+  overall.setCurrent(false);
+  overall.setIncludeNotValid(false);
+
+  CFPercentile lowQuartile;
+  lowQuartile.setRank(25);
+  lowQuartile.setScore(33);
+  CFPercentile highQuartile;
+  highQuartile.setRank(75);
+  highQuartile.setScore(50.5);
+  highQuartile.setLower(49);
+  CFPercentiles percentiles;
+  percentiles.addPercentile(lowQuartile);
+  percentiles.addPercentile(highQuartile);
+  percentiles.setInterQuartileRange(17.5);
+  CFCluster young;
+  young.setCount(60);
+  young.setMean(30.5);
+  young.setVariance(4);
+  young.setLower(0);
+  young.setUpper(45);
+  CFCluster old;
+  old.setCount(0);
+  old.setMean(-0.25);
+  CFDistributionSummary ages;
+  ages.addCluster(young);
+  ages.addCluster(old);
+  ages.setMode(38);
+  ages.setMedian("40");
+  ages.setDiscrete(XMLEntities::False);
+  CFContinuousStatisticsExt continuous;
+  continuous.setPercentiles(percentiles);
+  continuous.setDistributionSummary(ages);
+  continuous.setMinimum(18);
+  continuous.setMaximum(95);
+  continuous.setMean(41.5);
+  continuous.setVariance(0);
+  continuous.setStdDev(12.25);
+  continuous.setSkewness(-0.5);
+  continuous.setStdErrSkewness(0.125);
+  continuous.setKurtosis(3.75);
+  continuous.setStdErrKurtosis(0.25);
+  continuous.setOutlierLowerBound(-1e20);
+  continuous.setOutlierUpperBound(1e20);
+  CFFieldSummary age;
+  age.setFieldName("age");
+  age.setCurrent(XMLEntities::True);
+  age.setValidCount(90);
+  age.setUnweightedValid(88);
+  age.setMissingCount(0);
+  age.setConStatistics(continuous);
+
+  CFCategory north;
+  north.setValue("north & east");
+  north.setCount(50);
+  north.setPercentage(55.5);
+  north.setCumPercentage(55.5);
+  CFCategory unknown;
+  unknown.setValue("");
+  unknown.setCount(-1);
+  unknown.setPercentage(0);
+  CFDistributionSummary regions;
+  regions.addCategory(north);
+  regions.addCategory(unknown);
+  regions.setDiscrete(XMLEntities::True);
+  regions.setMaxCatsExceeded(XMLEntities::False);
+  CFDiscreteStatisticsExt discrete;
+  discrete.setDistributionSummary(regions);
+  discrete.setMode("north & east");
+  discrete.setMedian(" 2 ");
+  CFFieldSummary region;
+  region.setFieldName("region");
+  region.setIncludeUMissing(XMLEntities::True);
+  region.setIncludeNotValid(XMLEntities::False);
+  region.setMissingCount(-7);  // any negative count is not given
+  region.setUnweightedMissing(4);
+  region.setInvalidCount(2);
+  region.setUnweightedInvalid(9223372036854775807LL);
+  region.setDisStatistics(discrete);
+
+  CFFieldSummaries fields;
+  fields.addFieldSummary(age);
+  fields.addFieldSummary(region);
+  CFDatasetSummaries root;
+  root.setOverallSummaries(overall);
+  root.setFieldSummaries(fields);
+  // Setters copy: later changes to a part stay out of the tree.
+  fields.addFieldSummary(age);
+  overall.setCurrent(true);
+  return root;
+}
+
+std::string TreeDocument() {
+  const std::string continuous = MakeElement(
+      XMLElements::ContinuousStatisticsExt,
+      {{XMLAttributes::Minimum, "18"},
+       {XMLAttributes::Maximum, "95"},
+       {XMLAttributes::Mean, "41.5"},
+       {XMLAttributes::Variance, "0"},
+       {XMLAttributes::stdDev, "12.25"},
+       {XMLAttributes::skewness, "-0.5"},
+       {XMLAttributes::stdErrSkewness, "0.125"},
+       {XMLAttributes::kurtosis, "3.75"},
+       {XMLAttributes::stdErrKurtosis, "0.25"},
+       {XMLAttributes::outlierLowerBound, "-1e+20"},
+       {XMLAttributes::outlierUpperBound, "1e+20"}},
+      MakeElement(XMLElements::Percentiles, {{XMLAttributes::interQuartileRange, "17.5"}},
+                  MakeElement(XMLElements::Percentile,
+                              {{XMLAttributes::rank, "25"}, {XMLAttributes::score, "33"}}) +
+                      MakeElement(XMLElements::Percentile, {{XMLAttributes::rank, "75"},
+                                                            {XMLAttributes::score, "50.5"},
+                                                            {XMLAttributes::lower, "49"}})) +
+          MakeElement(XMLElements::DistributionSummary,
+                      {{XMLAttributes::discrete, XMLEntities::False},
+                       {XMLAttributes::mode, "38"},
+                       {XMLAttributes::median, "40"}},
+                      MakeElement(XMLElements::Cluster, {{XMLAttributes::Count, "60"},
+                                                         {XMLAttributes::Mean, "30.5"},
+                                                         {XMLAttributes::Variance, "4"},
+                                                         {XMLAttributes::lower, "0"},
+                                                         {XMLAttributes::upper, "45"}}) +
+                          MakeElement(XMLElements::Cluster, {{XMLAttributes::Count, "0"},
+                                                             {XMLAttributes::Mean, "-0.25"}})));
+  const std::string discrete = MakeElement(
+      XMLElements::DiscreteStatisticsExt,
+      {{XMLAttributes::mode, "north & east"}, {XMLAttributes::median, " 2 "}},
+      MakeElement(XMLElements::DistributionSummary,
+                  {{XMLAttributes::discrete, XMLEntities::True},
+                   {XMLAttributes::maxCatsExceeded, XMLEntities::False}},
+                  MakeElement(XMLElements::Category, {{XMLAttributes::Value, "north & east"},
+                                                      {XMLAttributes::Count, "50"},
+                                                      {XMLAttributes::percentage, "55.5"},
+                                                      {XMLAttributes::cumPercentage, "55.5"}}) +
+                      MakeElement(XMLElements::Category, {{XMLAttributes::Value, ""},
+                                                          {XMLAttributes::Count, "-1"},
+                                                          {XMLAttributes::percentage, "0"}})));
+  return Root(Overall({{XMLAttributes::current, XMLEntities::False},
+                       {XMLAttributes::includeUMissing, XMLEntities::True},
+                       {XMLAttributes::includeNotValid, XMLEntities::False}},
+                      MakeElement(XMLElements::RecordCountsExt, {})) +
+              Summaries(Summary({{XMLAttributes::FieldName, "age"},
+                                 {XMLAttributes::current, XMLEntities::True},
+                                 {XMLAttributes::validCount, "90"},
+                                 {XMLAttributes::unweightedValid, "88"},
+                                 {XMLAttributes::missingCount, "0"}},
+                                continuous) +
+                        Summary({{XMLAttributes::FieldName, "region"},
+                                 {XMLAttributes::includeUMissing, XMLEntities::True},
+                                 {XMLAttributes::includeNotValid, XMLEntities::False},
+                                 {XMLAttributes::unweightedMissing, "4"},
+                                 {XMLAttributes::invalidCount, "2"},
+                                 {XMLAttributes::unweightedInvalid, "9223372036854775807"}},
+                                discrete)));
+}
+
+TEST(CFDatasetSummariesTest, TreeBuiltInCodeWritesWhatItsDocumentReads) {
+  const std::string document = TreeDocument();
+  std::unique_ptr<CFDatasetSummaries> read = ReadAs<CFDatasetSummaries>(document);
+  ASSERT_TRUE(read->parseSuccess());
+  const std::string expected = Written(*read);
+  ASSERT_EQ(Canonical(document), expected);
+
+  const CFDatasetSummaries built = BuiltTree();
+  EXPECT_EQ(expected, Written(built));
+  EXPECT_EQ(expected, Written(CFDatasetSummaries(built)));
+
+  // Write, serialise, read back and write again: the same text.
+  std::unique_ptr<CFDatasetSummaries> again = ReadAs<CFDatasetSummaries>(Written(built));
+  ASSERT_TRUE(again->parseSuccess());
+  EXPECT_EQ(expected, Written(*again));
+}
+
+// A default T is the one an empty element reads into: it reads, or fails, and writes the same.
+template <typename T>
+void ExpectDefaultIsEmptyElement(const char* name) {
+  SCOPED_TRACE(name);
+  std::unique_ptr<T> read = ReadAs<T>(MakeElement(name, {}));
+  EXPECT_EQ(read->parseSuccess(), T().parseSuccess());
+  EXPECT_EQ(Written(*read), Written(T()));
+}
+
+TEST(CFDatasetSummariesTest, DefaultObjectsAreEmptyElements) {
+  ExpectDefaultIsEmptyElement<CFRecordCountsExt>(XMLElements::RecordCountsExt);
+  ExpectDefaultIsEmptyElement<CFOverallSummaries>(XMLElements::OverallSummaries);
+  ExpectDefaultIsEmptyElement<CFDatasetSummaries>(XMLElements::DatasetSummaries);
+  ExpectDefaultIsEmptyElement<CFFieldSummaries>(XMLElements::FieldSummaries);
+  ExpectDefaultIsEmptyElement<CFFieldSummary>(XMLElements::FieldSummary);
+  ExpectDefaultIsEmptyElement<CFContinuousStatisticsExt>(XMLElements::ContinuousStatisticsExt);
+  ExpectDefaultIsEmptyElement<CFDiscreteStatisticsExt>(XMLElements::DiscreteStatisticsExt);
+  ExpectDefaultIsEmptyElement<CFDistributionSummary>(XMLElements::DistributionSummary);
+  ExpectDefaultIsEmptyElement<CFPercentiles>(XMLElements::Percentiles);
+  ExpectDefaultIsEmptyElement<CFPercentile>(XMLElements::Percentile);
+  ExpectDefaultIsEmptyElement<CFCluster>(XMLElements::Cluster);
+  ExpectDefaultIsEmptyElement<CFCategory>(XMLElements::Category);
+}
+
+// A summary built in code: named unless `unnamed`, with a discrete block.
+CFFieldSummary BuiltSummary(bool unnamed = false) {
+  CFFieldSummary summary;
+  if (!unnamed) summary.setFieldName("x");
+  summary.setValidCount(3);
+  summary.setDisStatistics(CFDiscreteStatisticsExt(*ReadAs<CFDiscreteStatisticsExt>(Discrete())));
+  return summary;
+}
+
+// A summary built in code refuses to write while it lacks a required piece, and so do the list
+// and the root holding it; each leaves its parent as it was.
+TEST(CFFieldSummaryTest, HalfBuiltSummaryRefusesToWrite) {
+  ExpectWrittenOnlyWhenComplete({
+      {"summary without a name", [](bool complete) { return Written(BuiltSummary(!complete)); }},
+      {"summary without statistics",
+       [](bool complete) {
+         CFFieldSummary summary;
+         summary.setFieldName("x");
+         if (complete) summary.setConStatistics(CFContinuousStatisticsExt());
+         return Written(summary);
+       }},
+      {"summary with both blocks",
+       [](bool complete) {
+         CFFieldSummary summary = BuiltSummary();
+         if (!complete) summary.setConStatistics(CFContinuousStatisticsExt());
+         return Written(summary);
+       }},
+      {"summary with a flag text that is not an entity",
+       [](bool complete) {
+         CFFieldSummary summary = BuiltSummary();
+         summary.setIncludeNotValid(complete ? XMLEntities::False : "no");
+         return Written(summary);
+       }},
+      {"root holding a list holding a summary without a name",
+       [](bool complete) {
+         CFFieldSummaries list;
+         list.addFieldSummary(BuiltSummary());
+         list.addFieldSummary(BuiltSummary(!complete));
+         CFDatasetSummaries root;
+         root.setFieldSummaries(list);
+         return Written(root);
+       }},
+  });
 }
 
 TEST(CFFieldSummaryTest, DamagedSummaryFailsTheList) {

@@ -1,5 +1,7 @@
 #include "cfmeta/summaries/cfdistributionsummary.h"
 
+#include <memory>
+
 #include "cfmeta/summaries/cfsummaryio_internal.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
@@ -77,6 +79,8 @@ void CFPercentiles::Exchange(IO& io, Self& self) {
       .Double(XMLAttributes::interQuartileRange, self.m_interQuartileRange);
 }
 
+CFPercentiles::CFPercentiles() = default;
+
 CFPercentiles::CFPercentiles(const CFXMLWrapper& element) {
   m_parseSuccess = ReadSummary(element, [this](auto& io) { Exchange(io, *this); });
 }
@@ -87,6 +91,10 @@ CFPercentiles::CFPercentiles(const CFPercentiles& other)
       m_interQuartileRange(other.m_interQuartileRange) {}
 
 CFPercentiles::~CFPercentiles() = default;
+
+void CFPercentiles::addPercentile(const CFPercentile& percentile) {
+  m_percentiles.push_back(std::make_unique<CFPercentile>(percentile));
+}
 
 void CFPercentiles::AddToTree(CFXMLWrapper& parent, CFXMLWrapper*& created) const {
   WriteSummary(parent, XMLElements::Percentiles, created,
@@ -107,6 +115,8 @@ void CFDistributionSummary::Exchange(IO& io, Self& self) {
       .Text(XMLAttributes::median, self.m_median);
 }
 
+CFDistributionSummary::CFDistributionSummary() = default;
+
 CFDistributionSummary::CFDistributionSummary(const CFXMLWrapper& element) {
   m_parseSuccess = ReadSummary(element, [this](auto& io) { Exchange(io, *this); });
 }
@@ -121,6 +131,14 @@ CFDistributionSummary::CFDistributionSummary(const CFDistributionSummary& other)
       m_median(other.m_median) {}
 
 CFDistributionSummary::~CFDistributionSummary() = default;
+
+void CFDistributionSummary::addCluster(const CFCluster& cluster) {
+  m_clusters.push_back(std::make_unique<CFCluster>(cluster));
+}
+
+void CFDistributionSummary::addCategory(const CFCategory& category) {
+  m_categories.push_back(std::make_unique<CFCategory>(category));
+}
 
 void CFDistributionSummary::AddToTree(CFXMLWrapper& parent, CFXMLWrapper*& created) const {
   WriteSummary(parent, XMLElements::DistributionSummary, created,

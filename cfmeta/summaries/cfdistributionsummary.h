@@ -1,11 +1,17 @@
 // How a field's values are distributed, as a summary document gives it: categories with counts
 // and percentages, or clusters with counts, means and bounds; percentiles with their scores.
 //
-// Every value is kept as read and written back as it stands; nothing is computed here. Each
-// class reads its own element without throwing: a violation sets parseSuccess() false and stops
-// reading there, and a parent that reads a failed child fails too. AddToTree builds the element
-// detached and attaches it to `parent` only when every step succeeded; otherwise `created` is
-// null and `parent` is as it was. Copies are deep. A double is accepted only as a finite number.
+// Every value is kept as read or set and written back as it stands; nothing is computed here.
+// Each class reads its own element without throwing: a violation sets parseSuccess() false and
+// stops reading there, and a parent that reads a failed child fails too. AddToTree builds the
+// element detached and attaches it to `parent` only when every step succeeded; otherwise
+// `created` is null and `parent` is as it was. Copies are deep. A double is accepted only as a
+// finite number.
+//
+// Each class is also built in code: a default object is the one an empty element reads into,
+// parseSuccess() included, and setters fill it (see cfdatasetsummaries.h for how they are
+// named). parseSuccess() reports only how a read went; setters never change it, and AddToTree
+// alone decides whether an object is complete enough to write.
 #ifndef CFMETA_SUMMARIES_CFDISTRIBUTIONSUMMARY_H_
 #define CFMETA_SUMMARIES_CFDISTRIBUTIONSUMMARY_H_
 
@@ -25,6 +31,8 @@ class CFXMLWrapper;
 // percentage and cumulative percentage. The count may be negative.
 class CFMETA_API CFCategory {
  public:
+  // Neither value nor count: parseSuccess() is false and it cannot be written.
+  CFCategory() = default;
   explicit CFCategory(const CfExtension::CFXMLWrapper& element);
   CFCategory(const CFCategory& other) = default;
   CFCategory& operator=(const CFCategory&) = delete;
@@ -39,6 +47,12 @@ class CFMETA_API CFCategory {
   double getCumPercentage() const { return m_cumPercentage.value; }
   bool hasCumPercentage() const { return m_cumPercentage.given; }
 
+  // Each marks its value as given.
+  void setValue(const std::string& value) { m_value = {value, true}; }
+  void setCount(long long count) { m_count = {count, true}; }
+  void setPercentage(double percentage) { m_percentage = {percentage, true}; }
+  void setCumPercentage(double cumPercentage) { m_cumPercentage = {cumPercentage, true}; }
+
   // Fails without a value or a count.
   void AddToTree(CfExtension::CFXMLWrapper& parent, CfExtension::CFXMLWrapper*& created) const;
 
@@ -47,7 +61,7 @@ class CFMETA_API CFCategory {
   template <typename IO, typename Self>
   static void Exchange(IO& io, Self& self);
 
-  bool m_parseSuccess = true;
+  bool m_parseSuccess = false;  // an empty element does not read
   CFSummaryOptional<std::string> m_value;
   CFSummaryOptional<long long> m_count;
   CFSummaryOptional<double> m_percentage;
@@ -58,6 +72,8 @@ class CFMETA_API CFCategory {
 // writing) and mean, and an optional variance and bounds.
 class CFMETA_API CFCluster {
  public:
+  // Neither count nor mean: parseSuccess() is false and it cannot be written.
+  CFCluster() = default;
   explicit CFCluster(const CfExtension::CFXMLWrapper& element);
   CFCluster(const CFCluster& other) = default;
   CFCluster& operator=(const CFCluster&) = delete;
@@ -74,6 +90,13 @@ class CFMETA_API CFCluster {
   double getUpper() const { return m_upper.value; }
   bool hasUpper() const { return m_upper.given; }
 
+  // Each marks its value as given. A negative count is kept, and refused when writing.
+  void setCount(long long count) { m_count = {count, true}; }
+  void setMean(double mean) { m_mean = {mean, true}; }
+  void setVariance(double variance) { m_variance = {variance, true}; }
+  void setLower(double lower) { m_lower = {lower, true}; }
+  void setUpper(double upper) { m_upper = {upper, true}; }
+
   // Fails without a count or a mean, or for a negative count.
   void AddToTree(CfExtension::CFXMLWrapper& parent, CfExtension::CFXMLWrapper*& created) const;
 
@@ -82,7 +105,7 @@ class CFMETA_API CFCluster {
   template <typename IO, typename Self>
   static void Exchange(IO& io, Self& self);
 
-  bool m_parseSuccess = true;
+  bool m_parseSuccess = false;  // an empty element does not read
   CFSummaryOptional<long long> m_count;
   CFSummaryOptional<double> m_mean;
   CFSummaryOptional<double> m_variance;
@@ -93,6 +116,8 @@ class CFMETA_API CFCluster {
 // One percentile: XMLElements::Percentile with a required rank and score and optional bounds.
 class CFMETA_API CFPercentile {
  public:
+  // Neither rank nor score: parseSuccess() is false and it cannot be written.
+  CFPercentile() = default;
   explicit CFPercentile(const CfExtension::CFXMLWrapper& element);
   CFPercentile(const CFPercentile& other) = default;
   CFPercentile& operator=(const CFPercentile&) = delete;
@@ -107,6 +132,12 @@ class CFMETA_API CFPercentile {
   double getUpper() const { return m_upper.value; }
   bool hasUpper() const { return m_upper.given; }
 
+  // Each marks its value as given.
+  void setRank(double rank) { m_rank = {rank, true}; }
+  void setScore(double score) { m_score = {score, true}; }
+  void setLower(double lower) { m_lower = {lower, true}; }
+  void setUpper(double upper) { m_upper = {upper, true}; }
+
   // Fails without a rank or a score.
   void AddToTree(CfExtension::CFXMLWrapper& parent, CfExtension::CFXMLWrapper*& created) const;
 
@@ -115,7 +146,7 @@ class CFMETA_API CFPercentile {
   template <typename IO, typename Self>
   static void Exchange(IO& io, Self& self);
 
-  bool m_parseSuccess = true;
+  bool m_parseSuccess = false;  // an empty element does not read
   CFSummaryOptional<double> m_rank;
   CFSummaryOptional<double> m_score;
   CFSummaryOptional<double> m_lower;
@@ -126,6 +157,8 @@ class CFMETA_API CFPercentile {
 // optional interquartile range. An empty list is valid.
 class CFMETA_API CFPercentiles {
  public:
+  // An empty list with no range; it reads successfully and writes an empty element.
+  CFPercentiles();
   explicit CFPercentiles(const CfExtension::CFXMLWrapper& element);
   CFPercentiles(const CFPercentiles& other);
   CFPercentiles& operator=(const CFPercentiles&) = delete;
@@ -137,6 +170,11 @@ class CFMETA_API CFPercentiles {
   const CFPercentile* getPercentile(size_t index) const { return m_percentiles[index].get(); }
   double getInterQuartileRange() const { return m_interQuartileRange.value; }
   bool hasInterQuartileRange() const { return m_interQuartileRange.given; }
+
+  // Appends a copy of `percentile`.
+  void addPercentile(const CFPercentile& percentile);
+  // Marks the range as given.
+  void setInterQuartileRange(double range) { m_interQuartileRange = {range, true}; }
 
   void AddToTree(CfExtension::CFXMLWrapper& parent, CfExtension::CFXMLWrapper*& created) const;
 
@@ -157,6 +195,8 @@ class CFMETA_API CFPercentiles {
 // its limit; this class only carries the text.
 class CFMETA_API CFDistributionSummary {
  public:
+  // Neither list: parseSuccess() is false and it cannot be written.
+  CFDistributionSummary();
   explicit CFDistributionSummary(const CfExtension::CFXMLWrapper& element);
   CFDistributionSummary(const CFDistributionSummary& other);
   CFDistributionSummary& operator=(const CFDistributionSummary&) = delete;
@@ -175,7 +215,20 @@ class CFMETA_API CFDistributionSummary {
   std::string getMaxCatsExceeded() const { return m_maxCatsExceeded; }
   std::string getDiscrete() const { return m_discrete; }
 
-  // Fails unless exactly one of the two lists has entries.
+  // Each appends a copy. Entries in both lists make a summary that cannot be written.
+  void addCluster(const CFCluster& cluster);
+  void addCategory(const CFCategory& category);
+  // Marks the mode as given.
+  void setMode(double mode) { m_mode = {mode, true}; }
+  // An empty text is not written. The two flag texts are checked when writing.
+  void setMedian(const std::string& median) { m_median = median; }
+  void setMaxCatsExceeded(const std::string& maxCatsExceeded) {
+    m_maxCatsExceeded = maxCatsExceeded;
+  }
+  void setDiscrete(const std::string& discrete) { m_discrete = discrete; }
+
+  // Fails unless exactly one of the two lists has entries, and for a flag text other than
+  // the two entity texts.
   void AddToTree(CfExtension::CFXMLWrapper& parent, CfExtension::CFXMLWrapper*& created) const;
 
  private:
@@ -183,7 +236,7 @@ class CFMETA_API CFDistributionSummary {
   template <typename IO, typename Self>
   static void Exchange(IO& io, Self& self);
 
-  bool m_parseSuccess = true;
+  bool m_parseSuccess = false;  // an empty element does not read
   std::vector<std::unique_ptr<CFCluster>> m_clusters;
   std::vector<std::unique_ptr<CFCategory>> m_categories;
   std::string m_discrete;

@@ -11,6 +11,7 @@
 namespace {
 
 using cfmeta_test::Canonical;
+using cfmeta_test::ExpectWrittenOnlyWhenComplete;
 using cfmeta_test::kNothing;
 using cfmeta_test::MakeElement;
 using cfmeta_test::ReadAs;
@@ -32,6 +33,39 @@ std::string Cluster(const std::string& count) {
 
 std::string Distribution(const std::string& children) {
   return MakeElement(XMLElements::DistributionSummary, {}, children);
+}
+
+// Parts built in code: complete, or leaving out the one piece `missing` names.
+enum Missing { kNone, kValue, kCount, kNegativeCount, kMean, kRank, kScore, kEntries };
+
+CFCategory BuiltCategory(Missing missing = kNone) {
+  CFCategory category;
+  if (missing != kValue) category.setValue("");  // an empty value is still a value given
+  if (missing != kCount) category.setCount(-4);  // and a category's count may be negative
+  return category;
+}
+
+CFCluster BuiltCluster(Missing missing = kNone) {
+  CFCluster cluster;
+  if (missing != kCount) cluster.setCount(missing == kNegativeCount ? -1 : 0);
+  if (missing != kMean) cluster.setMean(0.0);
+  return cluster;
+}
+
+CFPercentiles BuiltPercentiles(Missing missing = kNone) {
+  CFPercentile percentile;
+  if (missing != kRank) percentile.setRank(50);
+  if (missing != kScore) percentile.setScore(3);
+  CFPercentiles percentiles;
+  percentiles.addPercentile(percentile);
+  return percentiles;
+}
+
+// Its category leaves out what `missing` names, unless that is the entries themselves.
+CFDistributionSummary BuiltDistribution(Missing missing = kNone) {
+  CFDistributionSummary distribution;
+  if (missing != kEntries) distribution.addCategory(BuiltCategory(missing));
+  return distribution;
 }
 
 template <typename T>
@@ -181,6 +215,51 @@ TEST(CFDistributionSummaryTest, SummaryKeepsItsTextsAndWritesOnlyWhatWasGiven) {
   EXPECT_FALSE(read->hasMode());
   EXPECT_EQ("", read->getMaxCatsExceeded());
   EXPECT_EQ(Canonical(clusters), RoundTrip<CFDistributionSummary>(clusters));
+}
+
+// A part built in code refuses to write while it lacks a required piece, as it would after
+// reading a damaged element, and a parent holding such a part refuses with it.
+TEST(CFDistributionSummaryTest, HalfBuiltPartsRefuseToWrite) {
+  ExpectWrittenOnlyWhenComplete({
+      {"category without a value",
+       [](bool complete) { return Written(BuiltCategory(complete ? kNone : kValue)); }},
+      {"category without a count",
+       [](bool complete) { return Written(BuiltCategory(complete ? kNone : kCount)); }},
+      {"cluster without a count",
+       [](bool complete) { return Written(BuiltCluster(complete ? kNone : kCount)); }},
+      {"cluster with a negative count",
+       [](bool complete) { return Written(BuiltCluster(complete ? kNone : kNegativeCount)); }},
+      {"cluster without a mean",
+       [](bool complete) { return Written(BuiltCluster(complete ? kNone : kMean)); }},
+      {"percentiles holding one without a rank",
+       [](bool complete) { return Written(BuiltPercentiles(complete ? kNone : kRank)); }},
+      {"percentiles holding one without a score",
+       [](bool complete) { return Written(BuiltPercentiles(complete ? kNone : kScore)); }},
+      {"distribution without entries",
+       [](bool complete) { return Written(BuiltDistribution(complete ? kNone : kEntries)); }},
+      {"distribution holding a category without a count",
+       [](bool complete) { return Written(BuiltDistribution(complete ? kNone : kCount)); }},
+      {"distribution with both lists",
+       [](bool complete) {
+         CFDistributionSummary distribution = BuiltDistribution();
+         if (!complete) distribution.addCluster(BuiltCluster());
+         return Written(distribution);
+       }},
+      {"discrete block without a distribution",
+       [](bool complete) {
+         CFDiscreteStatisticsExt discrete;
+         discrete.setMode("a");
+         if (complete) discrete.setDistributionSummary(BuiltDistribution());
+         return Written(discrete);
+       }},
+      {"continuous block holding a distribution without entries",
+       [](bool complete) {
+         CFContinuousStatisticsExt continuous;
+         continuous.setPercentiles(BuiltPercentiles());
+         continuous.setDistributionSummary(BuiltDistribution(complete ? kNone : kEntries));
+         return Written(continuous);
+       }},
+  });
 }
 
 TEST(CFStatisticsExtTest, ContinuousBlockKeepsWhatItReads) {

@@ -1,5 +1,7 @@
 #include "cfmeta/summaries/cffieldsummaries.h"
 
+#include <memory>
+
 #include "cfmeta/summaries/cfstatisticsext.h"
 #include "cfmeta/summaries/cfsummaryio_internal.h"
 #include "cfmeta/vocab/cfvocabulary.h"
@@ -32,6 +34,8 @@ void CFFieldSummary::Exchange(IO& io, Self& self) {
       .Count(XMLAttributes::unweightedInvalid, self.m_unweightedInvalid);
 }
 
+CFFieldSummary::CFFieldSummary() = default;
+
 CFFieldSummary::CFFieldSummary(const CFXMLWrapper& element) {
   SummaryReader read(element);
   // A field has one kind only; a summary with neither block still reads.
@@ -59,6 +63,14 @@ CFFieldSummary::CFFieldSummary(const CFFieldSummary& other)
 
 CFFieldSummary::~CFFieldSummary() = default;
 
+void CFFieldSummary::setConStatistics(const CFContinuousStatisticsExt& statistics) {
+  m_conStatistics = std::make_unique<CFContinuousStatisticsExt>(statistics);
+}
+
+void CFFieldSummary::setDisStatistics(const CFDiscreteStatisticsExt& statistics) {
+  m_disStatistics = std::make_unique<CFDiscreteStatisticsExt>(statistics);
+}
+
 void CFFieldSummary::AddToTree(CFXMLWrapper& parent, CFXMLWrapper*& created) const {
   SummaryWriter write(parent, XMLElements::FieldSummary);
   // Only a summary with exactly one block can be written.
@@ -76,6 +88,8 @@ void CFFieldSummaries::Exchange(IO& io, Self& self) {
   io.Children(XMLElements::FieldSummary, self.m_summaries);
 }
 
+CFFieldSummaries::CFFieldSummaries() = default;
+
 CFFieldSummaries::CFFieldSummaries(const CFXMLWrapper& element) {
   m_parseSuccess = ReadSummary(element, [this](auto& io) { Exchange(io, *this); });
 }
@@ -87,6 +101,10 @@ CFFieldSummaries::~CFFieldSummaries() = default;
 
 const CFFieldSummary* CFFieldSummaries::getFieldSummary(size_t index) const {
   return index < m_summaries.size() ? m_summaries[index].get() : nullptr;
+}
+
+void CFFieldSummaries::addFieldSummary(const CFFieldSummary& summary) {
+  m_summaries.push_back(std::make_unique<CFFieldSummary>(summary));
 }
 
 void CFFieldSummaries::AddToTree(CFXMLWrapper& parent, CFXMLWrapper*& created) const {

@@ -1,5 +1,7 @@
 #include "cfmeta/summaries/cfstatisticsext.h"
 
+#include <memory>
+
 #include "cfmeta/summaries/cfdistributionsummary.h"
 #include "cfmeta/summaries/cfsummaryio_internal.h"
 #include "cfmeta/vocab/cfvocabulary.h"
@@ -36,6 +38,8 @@ void CFContinuousStatisticsExt::Exchange(IO& io, Self& self) {
   for (int i = 0; i < kStatCount; ++i) io.Double(kStatNames[i], self.m_stats[i]);
 }
 
+CFContinuousStatisticsExt::CFContinuousStatisticsExt() = default;
+
 CFContinuousStatisticsExt::CFContinuousStatisticsExt(const CFXMLWrapper& element) {
   m_parseSuccess = ReadSummary(element, [this](auto& io) { Exchange(io, *this); });
 }
@@ -48,6 +52,14 @@ CFContinuousStatisticsExt::CFContinuousStatisticsExt(const CFContinuousStatistic
 }
 
 CFContinuousStatisticsExt::~CFContinuousStatisticsExt() = default;
+
+void CFContinuousStatisticsExt::setPercentiles(const CFPercentiles& percentiles) {
+  m_percentiles = std::make_unique<CFPercentiles>(percentiles);
+}
+
+void CFContinuousStatisticsExt::setDistributionSummary(const CFDistributionSummary& distribution) {
+  m_distribution = std::make_unique<CFDistributionSummary>(distribution);
+}
 
 void CFContinuousStatisticsExt::AddToTree(CFXMLWrapper& parent, CFXMLWrapper*& created) const {
   WriteSummary(parent, XMLElements::ContinuousStatisticsExt, created,
@@ -63,6 +75,8 @@ void CFDiscreteStatisticsExt::Exchange(IO& io, Self& self) {
       .Text(XMLAttributes::median, self.m_median);
 }
 
+CFDiscreteStatisticsExt::CFDiscreteStatisticsExt() = default;
+
 CFDiscreteStatisticsExt::CFDiscreteStatisticsExt(const CFXMLWrapper& element) {
   m_parseSuccess = ReadSummary(element, [this](auto& io) { Exchange(io, *this); });
 }
@@ -74,6 +88,10 @@ CFDiscreteStatisticsExt::CFDiscreteStatisticsExt(const CFDiscreteStatisticsExt& 
       m_median(other.m_median) {}
 
 CFDiscreteStatisticsExt::~CFDiscreteStatisticsExt() = default;
+
+void CFDiscreteStatisticsExt::setDistributionSummary(const CFDistributionSummary& distribution) {
+  m_distribution = std::make_unique<CFDistributionSummary>(distribution);
+}
 
 void CFDiscreteStatisticsExt::AddToTree(CFXMLWrapper& parent, CFXMLWrapper*& created) const {
   WriteSummary(parent, XMLElements::DiscreteStatisticsExt, created,

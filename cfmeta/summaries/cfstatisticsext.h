@@ -1,11 +1,15 @@
 // The extended statistics of one field summary: CFContinuousStatisticsExt for a continuous
 // field, CFDiscreteStatisticsExt for a discrete one.
 //
-// Values are kept as the document gives them and written back; nothing is computed and no
-// consistency between them is checked (a minimum above the maximum or a negative variance is
-// kept as it stands). Reading never throws: a violation sets parseSuccess() false and stops
-// reading there. AddToTree attaches only a complete element; on failure `created` is null and
-// `parent` is as it was. Copies are deep.
+// Values are kept as the document or a setter gives them and written back; nothing is computed
+// and no consistency between them is checked (a minimum above the maximum or a negative
+// variance is kept as it stands). Reading never throws: a violation sets parseSuccess() false
+// and stops reading there. AddToTree attaches only a complete element; on failure `created` is
+// null and `parent` is as it was. Copies are deep.
+//
+// Both blocks are also built in code: a default object is the one an empty element reads into,
+// parseSuccess() included, and setters fill it (see cfdatasetsummaries.h for how they are
+// named). Setters never change parseSuccess().
 #ifndef CFMETA_SUMMARIES_CFSTATISTICSEXT_H_
 #define CFMETA_SUMMARIES_CFSTATISTICSEXT_H_
 
@@ -26,6 +30,8 @@ class CFPercentiles;
 // finite double when present. An element with none of them is valid.
 class CFMETA_API CFContinuousStatisticsExt {
  public:
+  // No children and no statistics; it reads successfully and writes an empty element.
+  CFContinuousStatisticsExt();
   explicit CFContinuousStatisticsExt(const CfExtension::CFXMLWrapper& element);
   CFContinuousStatisticsExt(const CFContinuousStatisticsExt& other);
   CFContinuousStatisticsExt& operator=(const CFContinuousStatisticsExt&) = delete;
@@ -60,6 +66,23 @@ class CFMETA_API CFContinuousStatisticsExt {
   double getOutlierUpperBound() const { return m_stats[kOutlierUpperBound].value; }
   bool hasOutlierUpperBound() const { return m_stats[kOutlierUpperBound].given; }
 
+  // Each replaces the child with a copy of the one given.
+  void setPercentiles(const CFPercentiles& percentiles);
+  void setDistributionSummary(const CFDistributionSummary& distribution);
+  // Each marks its statistic as given.
+  void setMinimum(double value) { m_stats[kMinimum] = {value, true}; }
+  void setMaximum(double value) { m_stats[kMaximum] = {value, true}; }
+  void setMean(double value) { m_stats[kMean] = {value, true}; }
+  void setVariance(double value) { m_stats[kVariance] = {value, true}; }
+  void setStdDev(double value) { m_stats[kStdDev] = {value, true}; }
+  void setSkewness(double value) { m_stats[kSkewness] = {value, true}; }
+  void setStdErrSkewness(double value) { m_stats[kStdErrSkewness] = {value, true}; }
+  void setKurtosis(double value) { m_stats[kKurtosis] = {value, true}; }
+  void setStdErrKurtosis(double value) { m_stats[kStdErrKurtosis] = {value, true}; }
+  void setOutlierLowerBound(double value) { m_stats[kOutlierLowerBound] = {value, true}; }
+  void setOutlierUpperBound(double value) { m_stats[kOutlierUpperBound] = {value, true}; }
+
+  // Fails when a child cannot be written.
   void AddToTree(CfExtension::CFXMLWrapper& parent, CfExtension::CFXMLWrapper*& created) const;
 
  private:
@@ -95,16 +118,24 @@ class CFMETA_API CFContinuousStatisticsExt {
 // of the numeric mode inside the distribution summary.
 class CFMETA_API CFDiscreteStatisticsExt {
  public:
+  // No distribution summary: parseSuccess() is false and it cannot be written.
+  CFDiscreteStatisticsExt();
   explicit CFDiscreteStatisticsExt(const CfExtension::CFXMLWrapper& element);
   CFDiscreteStatisticsExt(const CFDiscreteStatisticsExt& other);
   CFDiscreteStatisticsExt& operator=(const CFDiscreteStatisticsExt&) = delete;
   ~CFDiscreteStatisticsExt();
 
   bool parseSuccess() const { return m_parseSuccess; }
-  // Owned by this block; null only after a failed read.
+  // Owned by this block; null after a failed read and until one is set.
   const CFDistributionSummary* getDistributionSummary() const { return m_distribution.get(); }
   std::string getMode() const { return m_mode; }
   std::string getMedian() const { return m_median; }
+
+  // Replaces the child with a copy of the one given.
+  void setDistributionSummary(const CFDistributionSummary& distribution);
+  // An empty text is not written.
+  void setMode(const std::string& mode) { m_mode = mode; }
+  void setMedian(const std::string& median) { m_median = median; }
 
   // Fails without a distribution summary.
   void AddToTree(CfExtension::CFXMLWrapper& parent, CfExtension::CFXMLWrapper*& created) const;
@@ -114,7 +145,7 @@ class CFMETA_API CFDiscreteStatisticsExt {
   template <typename IO, typename Self>
   static void Exchange(IO& io, Self& self);
 
-  bool m_parseSuccess = true;
+  bool m_parseSuccess = false;  // an empty element does not read
   std::unique_ptr<CFDistributionSummary> m_distribution;
   std::string m_mode;
   std::string m_median;

@@ -5,8 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "cfmeta/xml/cfxml_testutil.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
@@ -49,6 +51,23 @@ std::string RoundTrip(const std::string& xml) {
   std::unique_ptr<T> read = ReadAs<T>(xml);
   EXPECT_TRUE(read->parseSuccess());
   return Written(*read);
+}
+
+// An object built in code that lacks one required piece unless `complete`; `written` builds it
+// and returns what Written() gives for it.
+struct HalfBuilt {
+  const char* what;
+  std::function<std::string(bool complete)> written;
+};
+
+// Each row writes nothing, leaving its parent as it was, while its piece is missing, and writes
+// its element once the piece is given.
+inline void ExpectWrittenOnlyWhenComplete(const std::vector<HalfBuilt>& rows) {
+  for (const HalfBuilt& row : rows) {
+    SCOPED_TRACE(row.what);
+    EXPECT_EQ(kNothing, row.written(false));
+    EXPECT_NE(kNothing, row.written(true));
+  }
 }
 
 }  // namespace cfmeta_test
