@@ -19,6 +19,7 @@
 #include "cfmeta/stats/cfcontstats.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/vocab/xmlelement.h"
+#include "cfmeta/xml/cfxmlexchange_internal.h"
 #include "cfmeta/xml/cfxmliteratorwrapper.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
 
@@ -41,6 +42,31 @@ const char* const kCumulativeHazardRole = "cumulativeHazard";
 const char* const kExtendedRole = "extended";
 const char* const kNoRuleFeature = "";
 
+// The storage's entity text, for messages.
+const char* StorageText(CFField::StorageType storage) {
+  const char* text = cfmeta_internal::TextFor(CFField::kStorageTable, storage);
+  return text != nullptr ? text : XMLEntities::Unknown;
+}
+
+// Broken for a child element the field's type or storage does not allow.
+int NotAllowed(const CFXMLWrapper& child, const char* where) {
+  std::string name;
+  child.getName(name);
+  return cfmeta_internal::Broken(child, name + " is allowed only in " + std::string(where));
+}
+
+// Broken for a Value element that reads as no value of `type`.
+int BadValue(const CFXMLWrapper& value, CFDatum::DataType type) {
+  if (!cfmeta_internal::Reporting(value)) return kBadContent;
+  std::string text;
+  bool found = false;
+  value.getAttribute(XMLAttributes::Value, text, found);
+  if (!found) return cfmeta_internal::Missing(value, XMLAttributes::Value);
+  const char* kind = type == CFDatum::Integer ? "an integer" : "a finite number";
+  return cfmeta_internal::Broken(
+      value, "value '" + text + "' is not " + kind + ", as the field's storage needs");
+}
+
 bool IsCategorical(CFField::FieldType type) {
   return type >= CFField::Nominal && type <= CFField::Discrete;
 }
@@ -48,18 +74,15 @@ bool IsCategorical(CFField::FieldType type) {
 // Reads an enumeration attribute: absent or empty gives `fallback`, a text not in `rows` 5.
 int GetEnumAttr(const CFXMLWrapper& element, const char* name, const CFField::EntityRow* rows,
                 uint32_t fallback, uint32_t& value) {
-  std::string text;
   bool found = false;
-  int rc = element.getAttribute(name, text, found);
-  if (rc != 0) return rc;
-  if (!found || text.empty()) {
-    value = fallback;
-    return 0;
-  }
-  int row = cfmeta_internal::FindStrInList(text.c_str(), rows);
-  if (row < 0) return kBadContent;
-  value = rows[row].value;
-  return 0;
+  return cfmeta_internal::ReadEnumAttr(
+      element, name, cfmeta_internal::EnumAbsent::EmptyIsAbsent,
+      [rows](const char* text, uint32_t& rowValue) {
+        const int row = cfmeta_internal::FindStrInList(text, rows);
+        if (row >= 0) rowValue = rows[row].value;
+        return row >= 0;
+      },
+      fallback, value, found);
 }
 
 // Reads a count attribute through the int getter (an XML Schema integer, white space
@@ -67,19 +90,14 @@ int GetEnumAttr(const CFXMLWrapper& element, const char* name, const CFField::En
 int GetCountAttr(const CFXMLWrapper& element, const char* name, int fallback, int& value) {
   bool found = false;
   int rc = element.getAttribute(name, value, found);
-  if (rc != 0) return rc;
+  if (rc != 0)
+    return cfmeta_internal::Broken(element, std::string(name) + " must be a whole number", rc);
   if (!found) {
     value = fallback;
     return 0;
   }
-  return value < 0 ? kBadContent : 0;
-}
-
-// The first direct child named `name`, or null. Owned by `element`.
-CFXMLWrapper* FirstChild(const CFXMLWrapper& element, const char* name) {
-  CFXMLIteratorWrapper* children = nullptr;
-  if (element.getElementDirectIterator(name, &children) != 0) return nullptr;
-  return children->nextElement();
+  return value < 0 ? cfmeta_internal::Broken(element, std::string(name) + " must not be negative")
+                   : 0;
 }
 
 }  // namespace
@@ -159,15 +177,7 @@ int FindStrInList(const char* text, const CFField::EntityRow* rows) {
 }
 
 int GetBoolAttr(const CFXMLWrapper& element, const char* name, bool& value, bool& found) {
-  value = false;
-  std::string text;
-  int rc = element.getAttribute(name, text, found);
-  if (rc != 0 || !found) return rc;
-  if (text == XMLEntities::True) {
-    value = true;
-    return 0;
-  }
-  return text == XMLEntities::False ? 0 : kBadContent;
+  return ReadBoolAttr(element, name, value, found);
 }
 
 int GetDataValueAttr(const CFXMLWrapper& element, const char* name, CFDatum::DataType type,
@@ -251,7 +261,7 @@ int GetValuesList(const CFXMLWrapper& element, CFDatum::DataType type, std::vect
     list.emplace_back(*child, type);
     if (list.back().GetValue().IsNull()) {
       list.clear();
-      return kBadContent;
+      return BadValue(*child, type);
     }
   }
   // A loaded document keeps its lists for its whole life; growth slack would be most of it.
@@ -336,7 +346,14 @@ CFFormat* CFField::FormatFromDOMNode(const CFXMLWrapper& element) {
   if (name == XMLElements::StringFormat) format.reset(new CFStringFormat(element));
   if (name == XMLElements::DateFormat) format.reset(new CFDateFormat(element));
   if (name == XMLElements::TimeFormat) format.reset(new CFTimeFormat(element));
-  if (!format || format->GetWidth() == 0) return nullptr;
+  if (!format) {
+    cfmeta_internal::Broken(element, name + " is no display format");
+    return nullptr;
+  }
+  if (format->GetWidth() == 0) {
+    cfmeta_internal::Broken(element, "the " + name + " cannot be read");
+    return nullptr;
+  }
   return format.release();
 }
 
@@ -363,7 +380,10 @@ int CFField::Read(const CFXMLWrapper& element, bool isBaseField) {
   bool found = false;
   int rc = element.getAttribute(XMLAttributes::Name, m_name, found);
   if (rc != 0) return rc;
-  if (m_name.empty()) return kBadContent;
+  if (m_name.empty()) {
+    return cfmeta_internal::Broken(
+        element, std::string(XMLAttributes::Name) + " must be given and not empty");
+  }
 
   uint32_t storage = 0, role = 0, structure = 0, structureStorage = 0, measure = 0;
   rc = GetEnumAttr(element, XMLAttributes::Storage, kStorageTable, UnknownStorage, storage);
@@ -419,28 +439,32 @@ int CFField::ReadChild(const CFXMLWrapper& child, bool isBaseField) {
 
   if (name == XMLElements::Range) {
     if (m_type != Continuous || m_storage == UnknownStorage || m_storage == StringStorage) {
-      return kBadContent;
+      return NotAllowed(child, "a continuous field of number, date or time storage");
     }
     m_range = CFRange(child, datumType);
   } else if (name == XMLElements::Values) {
-    if (m_storage == UnknownStorage || !IsCategorical(m_type)) return kBadContent;
+    if (m_storage == UnknownStorage || !IsCategorical(m_type)) {
+      return NotAllowed(child, "a categorical field of known storage");
+    }
     return cfmeta_internal::GetValuesList(child, datumType, m_values);
   } else if (name == XMLElements::MissingValues) {
     return ReadMissingValues(child);
   } else if (name == XMLElements::ValueLabels) {
-    if (m_storage == UnknownStorage) return kBadContent;
-    const CFXMLWrapper* values = FirstChild(child, XMLElements::Values);
+    if (m_storage == UnknownStorage) return NotAllowed(child, "a field of known storage");
+    const CFXMLWrapper* values = cfmeta_internal::FirstChild(child, XMLElements::Values);
     if (values != nullptr) return cfmeta_internal::GetValuesList(*values, datumType, m_valueLabels);
   } else if (name == XMLElements::FieldFormat) {
     return ReadFieldFormat(child);
   } else if (name == XMLElements::ModelField) {
     std::unique_ptr<CFModelField> modelField(new CFModelField(child));
-    if (modelField->GetMFRole() == CFModelField::NoMFRole) return kBadContent;
+    if (modelField->GetMFRole() == CFModelField::NoMFRole) {
+      return cfmeta_internal::Broken(child, "the model field's role or target cannot be read");
+    }
     m_modelField = std::move(modelField);
   } else if (name == XMLElements::Geo) {
     m_geo.reset(new CFGeo(child));
   } else if (name == XMLElements::DiscreteStatistics) {
-    if (!IsCategorical(m_type)) return kBadContent;
+    if (!IsCategorical(m_type)) return NotAllowed(child, "a categorical field");
     std::unique_ptr<CFCatStats> stats;
     if (m_storage == IntegerStorage) {
       stats.reset(new CFCatStatsInt(child));
@@ -449,10 +473,13 @@ int CFField::ReadChild(const CFXMLWrapper& child, bool isBaseField) {
     } else {
       stats.reset(new CFCatStatsDbl(child));
     }
-    if (stats->GetNCats() == 0) return kBadContent;
+    if (stats->GetNCats() == 0) {
+      return cfmeta_internal::Broken(
+          child, std::string("the statistics hold no readable ") + XMLElements::Category);
+    }
     m_catStats = std::move(stats);
   } else if (name == XMLElements::ContinuousStatistics) {
-    if (m_type != Continuous) return kBadContent;
+    if (m_type != Continuous) return NotAllowed(child, "a continuous field");
     std::unique_ptr<CFContStats> stats;
     if (m_storage == IntegerStorage) {
       stats.reset(new CFContStatsInt(child));
@@ -460,7 +487,9 @@ int CFField::ReadChild(const CFXMLWrapper& child, bool isBaseField) {
       stats.reset(new CFContStatsDbl(child));
     }
     // Only an exact zero is empty: a NaN sum is kept as read.
-    if (stats->GetSumFreqWeights() == 0.0) return kBadContent;
+    if (stats->GetSumFreqWeights() == 0.0) {
+      return cfmeta_internal::Broken(child, "the statistics must have a weight sum other than 0");
+    }
     m_contStats = std::move(stats);
   } else if (name == XMLElements::BaseField && !isBaseField) {
     CFField base(child, true);
@@ -483,12 +512,12 @@ int CFField::ReadMissingValues(const CFXMLWrapper& element) {
   const CFDatum::DataType datumType = DatumTypeOf(m_storage);
   CFRange range;
   if (m_storage != UnknownStorage && m_storage != StringStorage) {
-    const CFXMLWrapper* child = FirstChild(element, XMLElements::Range);
+    const CFXMLWrapper* child = cfmeta_internal::FirstChild(element, XMLElements::Range);
     if (child != nullptr) range = CFRange(*child, datumType);
   }
   std::vector<CFValue> values;
   if (m_storage != UnknownStorage) {
-    const CFXMLWrapper* child = FirstChild(element, XMLElements::Values);
+    const CFXMLWrapper* child = cfmeta_internal::FirstChild(element, XMLElements::Values);
     if (child != nullptr) {
       rc = cfmeta_internal::GetValuesList(*child, datumType, values);
       if (rc != 0) return rc;
@@ -504,10 +533,16 @@ int CFField::ReadFieldFormat(const CFXMLWrapper& element) {
   if (rc != 0) return rc;
   // A named shared format wins over anything the element also holds.
   if (!m_formatReference.empty()) return 0;
-  const CFXMLWrapper* child = FirstChild(element, "");
+  const CFXMLWrapper* child = cfmeta_internal::FirstChild(element, "");
   if (child == nullptr) return 0;
   std::unique_ptr<CFFormat> format(FormatFromDOMNode(*child));
-  if (!format || !MatchesFormat(m_storage, *format)) return kBadContent;
+  if (!format) return kBadContent;
+  if (!MatchesFormat(m_storage, *format)) {
+    std::string name;
+    child->getName(name);
+    return cfmeta_internal::Broken(
+        *child, "a " + name + " does not suit " + StorageText(m_storage) + " storage");
+  }
   m_privateFormat = std::move(format);
   return 0;
 }

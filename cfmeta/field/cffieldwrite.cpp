@@ -13,11 +13,11 @@
 #include "cfmeta/stats/cfcatstatsimp.h"
 #include "cfmeta/stats/cfcontstats.h"
 #include "cfmeta/vocab/cfvocabulary.h"
+#include "cfmeta/xml/cfxmlexchange_internal.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
 
 using CfExtension::CFXMLWrapper;
 using cfmeta_internal::AddEntity;
-using cfmeta_internal::Finish;
 using cfmeta_internal::TextFor;
 namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
 namespace XMLElements = CfCppHelperV1::XMLElements;
@@ -47,15 +47,6 @@ int AddEntity(CFXMLWrapper& element, const char* name, const CFField::EntityRow*
   const char* text = TextFor(rows, value);
   if (text == nullptr) return kFailed;
   return element.addAttribute(name, text);
-}
-
-void Finish(int rc, std::unique_ptr<CFXMLWrapper> element, CFXMLWrapper& parent,
-            CFXMLWrapper*& created) {
-  if (rc != 0) return;
-  CFXMLWrapper* raw = element.get();
-  if (parent.addElement(raw) != 0) return;
-  element.release();
-  created = raw;
 }
 
 }  // namespace cfmeta_internal
@@ -103,7 +94,7 @@ void CFField::AddValuesToTree(const std::vector<CFValue>& values, CFXMLWrapper& 
       rc = item->addAttribute(XMLAttributes::DisplayLabel, value.GetLabel().c_str());
     }
   }
-  Finish(rc, std::move(list), parent, created);
+  cfmeta_internal::AttachFinished(rc, std::move(list), parent, created);
 }
 
 void CFField::AddToTree(CFXMLWrapper& parent, CFXMLWrapper*& created, bool isBaseField) const {
@@ -219,7 +210,7 @@ void CFField::AddToTree(CFXMLWrapper& parent, CFXMLWrapper*& created, bool isBas
     m_baseField->AddToTree(e, child, true);
     if (child == nullptr) rc = kFailed;
   }
-  Finish(rc, std::move(element), parent, created);
+  cfmeta_internal::AttachFinished(rc, std::move(element), parent, created);
 }
 
 // --- Setters. A nameless field (a failed read) is frozen: only the label and the maximum

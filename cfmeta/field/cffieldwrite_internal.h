@@ -4,7 +4,6 @@
 #define CFMETA_FIELD_CFFIELDWRITE_INTERNAL_H_
 
 #include <cstdint>
-#include <memory>
 
 #include "cfmeta/field/cffield.h"
 
@@ -23,12 +22,6 @@ const char* TextFor(const CFField::EntityRow* rows, uint32_t value);
 // and adds nothing.
 int AddEntity(CfExtension::CFXMLWrapper& element, const char* name, const CFField::EntityRow* rows,
               uint32_t value);
-
-// Attaches `element` as the last child of `parent` and points `created` at it when `rc` is 0
-// and the attach succeeds; otherwise `element` is destroyed with everything under it and
-// `created` is left as it was.
-void Finish(int rc, std::unique_ptr<CfExtension::CFXMLWrapper> element,
-            CfExtension::CFXMLWrapper& parent, CfExtension::CFXMLWrapper*& created);
 
 }  // namespace cfmeta_internal
 

@@ -9,6 +9,7 @@
 #include "cfmeta/field/cffieldread_internal.h"
 #include "cfmeta/field/cffieldwrite_internal.h"
 #include "cfmeta/vocab/cfvocabulary.h"
+#include "cfmeta/xml/cfxmlexchange_internal.h"
 #include "cfmeta/xml/cfxmliteratorwrapper.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
 
@@ -78,7 +79,7 @@ void CFGeoEnvelope::AddToTree(CFXMLWrapper& parent, CFXMLWrapper*& created) cons
   if (rc == 0) rc = AddCoordinate(*element, XMLAttributes::LeftUpperY, m_leftUpperY);
   if (rc == 0) rc = AddCoordinate(*element, XMLAttributes::RightLowerX, m_rightLowerX);
   if (rc == 0) rc = AddCoordinate(*element, XMLAttributes::RightLowerY, m_rightLowerY);
-  cfmeta_internal::Finish(rc, std::move(element), parent, created);
+  cfmeta_internal::AttachFinished(rc, std::move(element), parent, created);
 }
 
 // --- CFGeo ---
@@ -189,5 +190,5 @@ void CFGeo::AddToTree(CFXMLWrapper& parent, CFXMLWrapper*& created) const {
     m_envelope->AddToTree(e, child);
     if (child == nullptr) rc = kBadContent;
   }
-  cfmeta_internal::Finish(rc, std::move(element), parent, created);
+  cfmeta_internal::AttachFinished(rc, std::move(element), parent, created);
 }

@@ -10,6 +10,7 @@
 #include "cfmeta/field/cffieldwrite_internal.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/vocab/xmlelement.h"
+#include "cfmeta/xml/cfxmlexchange_internal.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
 
 using CfExtension::CFXMLWrapper;
@@ -197,5 +198,5 @@ void CFModelField::AddToTree(CFXMLWrapper& parent, CFXMLWrapper*& created) const
   }
   if (rc == 0 && !m_group.empty()) rc = e.addAttribute(XMLAttributes::Group, m_group.c_str());
   if (rc == 0 && !m_tag.empty()) rc = e.addAttribute(XMLAttributes::Tag, m_tag.c_str());
-  cfmeta_internal::Finish(rc, std::move(element), parent, created);
+  cfmeta_internal::AttachFinished(rc, std::move(element), parent, created);
 }

@@ -10,6 +10,7 @@
 #include "cfmeta/format/cfgmtformatter_internal.h"
 #include "cfmeta/format/cftimeformat.h"
 #include "cfmeta/vocab/cfvocabulary.h"
+#include "cfmeta/xml/cfxmlexchange_internal.h"
 #include "cfmeta/xml/cfxmliteratorwrapper.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
 
@@ -94,13 +95,13 @@ int CFDateFormat::Read(const CFXMLWrapper& elem) {
   // 4. The separator and both flags, required.
   rc = CFFormatUtils::GetUnitsSepAttr(elem, m_separator, found);
   if (rc != 0) return rc;
-  if (!found) return CfExtension::kXMLBadArgument;
+  if (!found) return cfmeta_internal::Missing(elem, XMLAttributes::Separator);
   rc = CFFormatUtils::GetBoolAttr(elem, XMLAttributes::TwoDigitYear, m_twoDigitYear, found);
   if (rc != 0) return rc;
-  if (!found) return CfExtension::kXMLBadArgument;
+  if (!found) return cfmeta_internal::Missing(elem, XMLAttributes::TwoDigitYear);
   rc = CFFormatUtils::GetBoolAttr(elem, XMLAttributes::NamesLocal, m_namesLocal, found);
   if (rc != 0) return rc;
-  if (!found) return CfExtension::kXMLBadArgument;
+  if (!found) return cfmeta_internal::Missing(elem, XMLAttributes::NamesLocal);
 
   // 5. The time part, when there is one, must be readable.
   CfExtension::CFXMLIteratorWrapper* it = nullptr;

@@ -8,6 +8,7 @@
 #include "cfmeta/field/cfdatum.h"
 #include "cfmeta/format/cfformat_internal.h"
 #include "cfmeta/vocab/cfvocabulary.h"
+#include "cfmeta/xml/cfxmlexchange_internal.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
 
 namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
@@ -72,7 +73,10 @@ int CFDecoratedFormat::ReadAffixesAndCurrency(const CFXMLWrapper& elem) {
   long long id = 0;
   int rc = elem.getAttribute(XMLAttributes::CustomCurrType, id, found);
   if (rc != 0) return rc;
-  if (id < 0 || id > std::numeric_limits<uint32_t>::max()) return CfExtension::kXMLBadArgument;
+  if (id < 0 || id > std::numeric_limits<uint32_t>::max()) {
+    return cfmeta_internal::Broken(elem, std::string(XMLAttributes::CustomCurrType) +
+                                             " must be a whole number from 0 to 4294967295");
+  }
   m_customCurrencyID = static_cast<unsigned int>(id);
   return 0;
 }
@@ -234,7 +238,7 @@ void CFDecoratedFormat::AddToTree(CFXMLWrapper& parent, CFXMLWrapper*& created) 
     rc = elem->addAttribute(XMLAttributes::CustomCurrType, static_cast<double>(m_customCurrencyID));
   }
   if (rc != 0) return;
-  cfformat_internal::AttachFinished(parent, elem, created);
+  cfmeta_internal::AttachFinished(0, std::move(elem), parent, created);
 }
 
 char CFDecoratedFormat::GetFormatClass() const { return 'c'; }

@@ -64,12 +64,6 @@ int GetNumberAttrs(const CfExtension::CFXMLWrapper& elem, const CFFormatUtils::D
 int SetNumberAttrs(CfExtension::CFXMLWrapper& elem, const std::string& name, int width,
                    CFFormat::Alignment align, const NumberAttrs& attrs, const char* typeText);
 
-// Appends the finished `elem` to `parent` and hands it over; `created` is the element, or
-// null when it could not be attached (and `elem` is then still the caller's).
-void AttachFinished(CfExtension::CFXMLWrapper& parent,
-                    std::unique_ptr<CfExtension::CFXMLWrapper>& elem,
-                    CfExtension::CFXMLWrapper*& created);
-
 }  // namespace cfformat_internal
 
 #endif  // CFMETA_FORMAT_CFFORMAT_INTERNAL_H_

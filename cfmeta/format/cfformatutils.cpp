@@ -16,6 +16,7 @@
 #include "cfmeta/field/cfdatum.h"
 #include "cfmeta/format/cfformat_internal.h"
 #include "cfmeta/vocab/cfvocabulary.h"
+#include "cfmeta/xml/cfxmlexchange_internal.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
 
 namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
@@ -91,23 +92,30 @@ std::string PrintPadded(double value, int width, int precision, bool scientific)
   return out;
 }
 
+// Looks a text up in `table` for ReadEnumAttr.
+struct InDict {
+  const CFFormatUtils::DictEntry* table;
+  bool operator()(const char* text, uint32_t& value) const {
+    const int index = CFFormatUtils::FindStrInList(text, table);
+    if (index >= 0) value = table[index].first;
+    return index >= 0;
+  }
+};
+
 // Reads an enumeration attribute through `table`. Missing gives 0; present but empty or
 // unknown is 5 and leaves `value` alone.
 int GetEnumAttr(const CFXMLWrapper& elem, const char* attrName,
                 const CFFormatUtils::DictEntry* table, unsigned int& value, bool& found) {
-  std::string text;
-  found = false;
-  int rc = elem.getAttribute(attrName, text, found);
-  if (rc != 0) return rc;
-  if (!found) {
-    value = 0;
-    return 0;
-  }
-  if (text.empty()) return CfExtension::kXMLBadArgument;
-  int index = CFFormatUtils::FindStrInList(text.c_str(), table);
-  if (index < 0) return CfExtension::kXMLBadArgument;
-  value = table[index].first;
-  return 0;
+  uint32_t read = value;
+  int rc = cfmeta_internal::ReadEnumAttr(
+      elem, attrName, cfmeta_internal::EnumAbsent::EmptyIsUnknown, InDict{table}, 0, read, found);
+  if (rc == 0) value = read;
+  return rc;
+}
+
+// Broken for an integer attribute whose text is not a whole number.
+int NotWhole(const CFXMLWrapper& elem, const char* name, int rc) {
+  return cfmeta_internal::Broken(elem, std::string(name) + " must be a whole number", rc);
 }
 
 bool IsTrimmedSpace(char c) {
@@ -147,22 +155,24 @@ const LocalSymbols* DefaultLocaleSymbols() {
 
 int GetRequiredEnumAttr(const CFXMLWrapper& elem, const char* attrName,
                         const CFFormatUtils::DictEntry* table, unsigned int& value) {
-  std::string text;
+  uint32_t read = value;
   bool found = false;
-  int rc = elem.getAttribute(attrName, text, found);
-  if (rc != 0) return rc;
-  const int index = found ? CFFormatUtils::FindStrInList(text.c_str(), table) : -1;
-  if (index < 0) return CfExtension::kXMLBadArgument;
-  value = table[index].first;
-  return 0;
+  int rc = cfmeta_internal::ReadEnumAttr(elem, attrName, cfmeta_internal::EnumAbsent::Required,
+                                         InDict{table}, 0, read, found);
+  if (rc == 0) value = read;
+  return rc;
 }
 
 int GetDecimalPlacesAttr(const CFXMLWrapper& elem, unsigned int& decimals) {
   int count = 0;
   bool found = false;
   int rc = elem.getAttribute(XMLAttributes::DecimalPlaces, count, found);
-  if (rc != 0) return rc;
-  if (!found || count < 0) return CfExtension::kXMLBadArgument;
+  if (rc != 0) return NotWhole(elem, XMLAttributes::DecimalPlaces, rc);
+  if (!found) return cfmeta_internal::Missing(elem, XMLAttributes::DecimalPlaces);
+  if (count < 0) {
+    return cfmeta_internal::Broken(
+        elem, std::string(XMLAttributes::DecimalPlaces) + " must not be negative");
+  }
   decimals = static_cast<unsigned int>(count);
   return 0;
 }
@@ -197,15 +207,6 @@ int SetNumberAttrs(CFXMLWrapper& elem, const std::string& name, int width,
   rc = elem.addAttribute(XMLAttributes::DecimalPlaces, static_cast<double>(attrs.decimals));
   if (rc != 0) return rc;
   return elem.addAttribute(XMLAttributes::FormatType, typeText);
-}
-
-void AttachFinished(CFXMLWrapper& parent, std::unique_ptr<CFXMLWrapper>& elem,
-                    CFXMLWrapper*& created) {
-  created = nullptr;
-  CFXMLWrapper* finished = elem.get();
-  if (finished == nullptr || parent.addElement(finished) != 0) return;
-  elem.release();
-  created = finished;
 }
 
 }  // namespace cfformat_internal
@@ -313,8 +314,11 @@ int CFFormatUtils::GetCommonAttr(const CFXMLWrapper& elem, std::string& name, in
   bool found = false;
   int readWidth = 0;
   int rc = elem.getAttribute(XMLAttributes::Width, readWidth, found);
-  if (rc != 0) return rc;
-  if (!found || readWidth == 0) return CfExtension::kXMLBadArgument;
+  if (rc != 0) return NotWhole(elem, XMLAttributes::Width, rc);
+  if (!found || readWidth == 0) {
+    return cfmeta_internal::Broken(elem,
+                                   std::string(XMLAttributes::Width) + " must be given and not 0");
+  }
   width = readWidth < 0 ? -1 : readWidth;
 
   // 2. Alignment, optional; a text we do not know keeps what the caller had.
@@ -333,7 +337,7 @@ int CFFormatUtils::GetCommonAttr(const CFXMLWrapper& elem, std::string& name, in
   found = false;
   rc = elem.getAttribute(XMLAttributes::Name, text, found);
   if (rc != 0) return rc;
-  if (!found) return CfExtension::kXMLBadArgument;
+  if (!found) return cfmeta_internal::Missing(elem, XMLAttributes::Name);
   name = text;
   return 0;
 }
@@ -364,18 +368,7 @@ int CFFormatUtils::GetUnitsSepAttr(const CFXMLWrapper& elem, CFFormat::UnitsSepa
 
 int CFFormatUtils::GetBoolAttr(const CFXMLWrapper& elem, const char* attrName, bool& value,
                                bool& found) {
-  value = false;
-  found = false;
-  std::string text;
-  int rc = elem.getAttribute(attrName, text, found);
-  if (rc != 0) return rc;
-  if (!found) return 0;
-  if (text == XMLEntities::True) {
-    value = true;
-    return 0;
-  }
-  if (text == XMLEntities::False) return 0;
-  return CfExtension::kXMLBadArgument;
+  return cfmeta_internal::ReadBoolAttr(elem, attrName, value, found);
 }
 
 std::string CFFormatUtils::MakeSeparatorStr(CFFormat::UnitsSeparator separator) {

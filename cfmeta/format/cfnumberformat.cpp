@@ -11,6 +11,7 @@
 #include "cfmeta/field/cfdatum.h"
 #include "cfmeta/format/cfformat_internal.h"
 #include "cfmeta/vocab/cfvocabulary.h"
+#include "cfmeta/xml/cfxmlexchange_internal.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
 
 namespace XMLElements = CfCppHelperV1::XMLElements;
@@ -191,7 +192,7 @@ void CFNumberFormat::AddToTree(CFXMLWrapper& parent, CFXMLWrapper*& created) con
     return;
   }
   // Attach only when complete: a half-built element must never reach the caller's tree.
-  cfformat_internal::AttachFinished(parent, elem, created);
+  cfmeta_internal::AttachFinished(0, std::move(elem), parent, created);
 }
 
 char CFNumberFormat::GetFormatClass() const { return 'n'; }

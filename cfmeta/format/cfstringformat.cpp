@@ -6,6 +6,7 @@
 #include "cfmeta/format/cfformat_internal.h"
 #include "cfmeta/format/cfformatutils.h"
 #include "cfmeta/vocab/cfvocabulary.h"
+#include "cfmeta/xml/cfxmlexchange_internal.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
 
 namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
@@ -62,7 +63,7 @@ void CFStringFormat::AddToTree(CFXMLWrapper& parent, CFXMLWrapper*& created) con
                             m_hexadecimal ? XMLEntities::True : XMLEntities::False);
   }
   if (rc != 0) return;
-  cfformat_internal::AttachFinished(parent, elem, created);
+  cfmeta_internal::AttachFinished(0, std::move(elem), parent, created);
 }
 
 char CFStringFormat::GetFormatClass() const { return 's'; }

@@ -9,6 +9,7 @@
 #include "cfmeta/format/cfformat_internal.h"
 #include "cfmeta/format/cfgmtformatter_internal.h"
 #include "cfmeta/vocab/cfvocabulary.h"
+#include "cfmeta/xml/cfxmlexchange_internal.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
 
 namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
@@ -73,12 +74,12 @@ CFTimeFormat::CFTimeFormat(const CFXMLWrapper& elem) {
   if (rc == 0) {
     bool found = false;
     rc = CFFormatUtils::GetUnitsSepAttr(elem, m_separator, found);
-    if (rc == 0 && !found) rc = CfExtension::kXMLBadArgument;
+    if (rc == 0 && !found) rc = cfmeta_internal::Missing(elem, XMLAttributes::Separator);
   }
   if (rc == 0) {
     bool found = false;
     rc = CFFormatUtils::GetBoolAttr(elem, XMLAttributes::PaddedHMS, m_paddedHMS, found);
-    if (rc == 0 && !found) rc = CfExtension::kXMLBadArgument;
+    if (rc == 0 && !found) rc = cfmeta_internal::Missing(elem, XMLAttributes::PaddedHMS);
   }
 
   if (rc != 0) {

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "cfmeta/vocab/cfvocabulary.h"
+#include "cfmeta/xml/cfxmlexchange_internal.h"
 #include "cfmeta/xml/cfxmliteratorwrapper.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
 
@@ -51,6 +52,7 @@ std::unique_ptr<CFFieldGroup> CFFieldGroup::FromElement(const CFXMLWrapper& elem
   std::string typeText;
   bool found = false;
   if (element.getAttribute(XMLAttributes::GroupType, typeText, found) != 0 || !found) {
+    cfmeta_internal::Missing(element, XMLAttributes::GroupType);
     return nullptr;
   }
   const TypeRow* typeRow = nullptr;
@@ -60,11 +62,17 @@ std::unique_ptr<CFFieldGroup> CFFieldGroup::FromElement(const CFXMLWrapper& elem
       break;
     }
   }
-  if (typeRow == nullptr) return nullptr;
+  if (typeRow == nullptr) {
+    cfmeta_internal::Broken(element, "'" + typeText + "' is no known " + XMLAttributes::GroupType);
+    return nullptr;
+  }
 
   // 2. Name, label and counted value.
   std::string name, label, countedValue;
-  if (element.getAttribute(XMLAttributes::Name, name, found) != 0 || !found) return nullptr;
+  if (element.getAttribute(XMLAttributes::Name, name, found) != 0 || !found) {
+    cfmeta_internal::Missing(element, XMLAttributes::Name);
+    return nullptr;
+  }
   if (ReadOptional(element, XMLAttributes::DisplayLabel, label) != 0) return nullptr;
   if (ReadOptional(element, XMLAttributes::CountedValue, countedValue) != 0) return nullptr;
 
@@ -74,10 +82,17 @@ std::unique_ptr<CFFieldGroup> CFFieldGroup::FromElement(const CFXMLWrapper& elem
   if (element.getElementDirectIterator(XMLElements::FieldName, &it) != 0) return nullptr;
   while (CFXMLWrapper* child = it->nextElement()) {
     std::string member;
-    if (child->getAttribute(XMLAttributes::Name, member, found) != 0 || !found) return nullptr;
+    if (child->getAttribute(XMLAttributes::Name, member, found) != 0 || !found) {
+      cfmeta_internal::Missing(*child, XMLAttributes::Name);
+      return nullptr;
+    }
     fields.push_back(std::move(member));
   }
-  if (fields.empty()) return nullptr;
+  if (fields.empty()) {
+    cfmeta_internal::Broken(
+        element, std::string("a group must name at least one ") + XMLElements::FieldName);
+    return nullptr;
+  }
   return std::unique_ptr<CFFieldGroup>(
       new CFFieldGroup(typeRow->type, name, fields, label, countedValue));
 }
@@ -103,6 +118,5 @@ void CFFieldGroup::AddToTree(CFXMLWrapper& parent, CFXMLWrapper*& created) const
     rc = element->addElement(XMLElements::FieldName, &member);
     if (rc == 0) rc = member->addAttribute(XMLAttributes::Name, m_fields[i].c_str());
   }
-  if (rc != 0 || parent.addElement(element.get()) != 0) return;
-  created = element.release();
+  cfmeta_internal::AttachFinished(rc, std::move(element), parent, created);
 }

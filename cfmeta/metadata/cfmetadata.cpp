@@ -1,6 +1,7 @@
 #include "cfmeta/metadata/cfmetadata.h"
 
 #include <cmath>
+#include <iostream>
 #include <map>
 #include <unordered_map>
 #include <utility>
@@ -10,6 +11,7 @@
 #include "cfmeta/metadata/cffieldgroup.h"
 #include "cfmeta/summaries/cfdatasetsummaries.h"
 #include "cfmeta/vocab/cfvocabulary.h"
+#include "cfmeta/xml/cfxmlexchange_internal.h"
 #include "cfmeta/xml/cfxmliteratorwrapper.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
 
@@ -83,20 +85,15 @@ double Known(double count) { return count < 0 ? -1.0 : count; }
 
 bool IsWhole(double value) { return value == std::floor(value); }
 
-// The first direct child named `name`, or null. Owned by `parent`.
-CFXMLWrapper* FirstChild(const CFXMLWrapper& parent, const char* name) {
-  CFXMLIteratorWrapper* it = nullptr;
-  if (parent.getElementDirectIterator(name, &it) != 0) return nullptr;
-  return it->nextElement();
-}
-
 // A double count attribute that must be present and finite.
 int ReadRequiredCount(const CFXMLWrapper& element, const char* name, double& value) {
   bool found = false;
   int kind = -1;
   int rc = element.getAttribute(name, value, found, kind);
-  if (rc != 0) return rc;
-  if (!found || kind != 0) return kFailed;
+  if (rc != 0 || !found || kind != 0) {
+    return cfmeta_internal::Broken(element,
+                                   std::string(name) + " must be given as a finite number");
+  }
   return 0;
 }
 
@@ -106,12 +103,13 @@ int ReadOptionalCount(const CFXMLWrapper& element, const char* name, double& val
   bool found = false;
   int kind = -1;
   int rc = element.getAttribute(name, value, found, kind);
-  if (rc != 0) return rc;
+  if (rc != 0 || (found && kind != 0)) {
+    return cfmeta_internal::Broken(element, std::string(name) + " must be a finite number");
+  }
   if (!found) {
     value = -1.0;
     return 0;
   }
-  if (kind != 0) return kFailed;
   if (value < 0) value = -1.0;
   return 0;
 }
@@ -170,7 +168,9 @@ class CFMetaData::Impl {
   }
   bool DropGroup(CFMetaData::GroupType type, const std::string& name);
 
+  // Loads `xml` into this empty Impl; on failure fills `loadError`.
   int Load(const std::string& xml);
+  int LoadDocument(const CFXMLWrapper& doc, const CFXMLWrapper*& failedAt);
   int ReadFormats(const CFXMLWrapper& formatsElement);
   int ReadGroups(const CFXMLWrapper& groupsElement);
   int ReadCounts(const CFXMLWrapper& countsElement);
@@ -202,6 +202,8 @@ class CFMetaData::Impl {
   double badWeightCount = -1.0;
   double weightedDroppedCount = -1.0;
   std::unique_ptr<CFDatasetSummaries> summaries;
+  CFLoadError loadError;
+  std::ostream* messages = &std::cout;
 };
 
 CFMetaData::Impl::Impl(const Impl& other)
@@ -213,7 +215,9 @@ CFMetaData::Impl::Impl(const Impl& other)
       droppedCount(other.droppedCount),
       badWeightCount(other.badWeightCount),
       weightedDroppedCount(other.weightedDroppedCount),
-      summaries(other.summaries ? new CFDatasetSummaries(*other.summaries) : nullptr) {
+      summaries(other.summaries ? new CFDatasetSummaries(*other.summaries) : nullptr),
+      loadError(other.loadError),
+      messages(other.messages) {
   fields.reserve(other.fields.size());
   for (const auto& field : other.fields) fields.emplace_back(new CFField(*field));
   formats.reserve(other.formats.size());
@@ -343,7 +347,10 @@ int CFMetaData::Impl::ReadFormats(const CFXMLWrapper& formatsElement) {
   while (CFXMLWrapper* child = it->nextElement()) {
     std::unique_ptr<CFFormat> format(CFField::FormatFromDOMNode(*child));
     if (!format) return kFailed;
-    if (AddSharedFormat(*format) < 0) return kFailed;
+    if (AddSharedFormat(*format) < 0) {
+      return cfmeta_internal::Broken(
+          *child, std::string("a shared format's ") + XMLAttributes::Name + " must not be empty");
+    }
   }
   const std::pair<const char*, CFField::StorageType> defaults[] = {
       {XMLAttributes::DefaultNumberFormat, CFField::RealStorage},
@@ -356,7 +363,10 @@ int CFMetaData::Impl::ReadFormats(const CFXMLWrapper& formatsElement) {
     bool found = false;
     rc = formatsElement.getAttribute(entry.first, name, found);
     if (rc != 0) return rc;
-    if (found && !name.empty() && SetDefaultFormat(entry.second, name) < 0) return kFailed;
+    if (found && !name.empty() && SetDefaultFormat(entry.second, name) < 0) {
+      return cfmeta_internal::Broken(formatsElement, std::string(entry.first) + " '" + name +
+                                                         "' names no shared format of its kind");
+    }
   }
   return 0;
 }
@@ -368,7 +378,11 @@ int CFMetaData::Impl::ReadGroups(const CFXMLWrapper& groupsElement) {
   while (CFXMLWrapper* child = it->nextElement()) {
     std::unique_ptr<CFFieldGroup> group = CFFieldGroup::FromElement(*child);
     child->releaseHandedOut();
-    if (!group || !AddGroup(std::move(group))) return kFailed;
+    if (!group) return kFailed;
+    const std::string name = group->GetName();
+    if (!AddGroup(std::move(group))) {
+      return cfmeta_internal::Broken(*child, "duplicate field group '" + name + "' of its type");
+    }
   }
   return 0;
 }
@@ -401,7 +415,9 @@ int CFMetaData::Impl::ReadFields(const CFXMLWrapper& fieldsElement) {
     child->releaseHandedOut();
     if (field->GetName().empty()) return kFailed;
     std::string key = KeyOf(field->GetName());
-    if (IndexOfKey(key) >= 0) return kFailed;
+    if (IndexOfKey(key) >= 0) {
+      return cfmeta_internal::Broken(*child, "duplicate field name '" + field->GetName() + "'");
+    }
     // The field read here is the one kept: no copy of a large field on the load path.
     fields.push_back(std::move(field));
     keyIndex.emplace(key, fields.size() - 1);
@@ -412,32 +428,72 @@ int CFMetaData::Impl::ReadFields(const CFXMLWrapper& fieldsElement) {
 
 int CFMetaData::Impl::Load(const std::string& xml) {
   CFXMLWrapper doc;
+  doc.setMessageStream(messages);
   doc.loadFromContents(xml.c_str());
   std::string rootName;
-  if (doc.getName(rootName) != 0 || rootName.empty()) return kFailed;
+  if (doc.getElement() == nullptr || doc.getName(rootName) != 0 || rootName.empty()) {
+    loadError.kind = CFLoadError::MalformedXML;
+    loadError.line = doc.getLastErrorLine();
+    loadError.column = doc.getLastErrorColumn();
+    loadError.message = doc.getLastErrorMessage();
+    return kFailed;
+  }
+  if (cfmeta_internal::FirstChild(doc, XMLElements::Fields) == nullptr) {
+    loadError.kind = CFLoadError::NotMetadata;
+    loadError.path = cfmeta_internal::PathOf(doc.getElement());
+    loadError.message =
+        "the root element " + rootName + " holds no " + XMLElements::Fields + " element";
+    return kFailed;
+  }
+  cfmeta_internal::LoadReport report;
+  cfmeta_internal::ReportScope scope(doc, &report);
+  const CFXMLWrapper* failedAt = nullptr;
+  const int rc = LoadDocument(doc, failedAt);
+  if (rc != 0) {
+    // A rule no reader named: the step's own element, in general words.
+    if (report.empty() && failedAt != nullptr) {
+      std::string name;
+      failedAt->getName(name);
+      report.Record(failedAt->getElement(), "the " + name + " element cannot be read");
+    }
+    loadError.kind = CFLoadError::BrokenRule;
+    loadError.path = report.Path();
+    loadError.message = report.Rule();
+  }
+  return rc;
+}
 
+int CFMetaData::Impl::LoadDocument(const CFXMLWrapper& doc, const CFXMLWrapper*& failedAt) {
   // 1. Shared formats and default slots.
-  if (const CFXMLWrapper* formatsElement = FirstChild(doc, XMLElements::FieldFormats)) {
+  if (const CFXMLWrapper* formatsElement =
+          cfmeta_internal::FirstChild(doc, XMLElements::FieldFormats)) {
+    failedAt = formatsElement;
     int rc = ReadFormats(*formatsElement);
     if (rc != 0) return rc;
   }
   // 2. Field groups.
-  if (const CFXMLWrapper* groupsElement = FirstChild(doc, XMLElements::FieldGroups)) {
+  if (const CFXMLWrapper* groupsElement =
+          cfmeta_internal::FirstChild(doc, XMLElements::FieldGroups)) {
+    failedAt = groupsElement;
     int rc = ReadGroups(*groupsElement);
     if (rc != 0) return rc;
   }
   // 3. Record counts.
-  if (const CFXMLWrapper* countsElement = FirstChild(doc, XMLElements::RecordCounts)) {
+  if (const CFXMLWrapper* countsElement =
+          cfmeta_internal::FirstChild(doc, XMLElements::RecordCounts)) {
+    failedAt = countsElement;
     int rc = ReadCounts(*countsElement);
     if (rc != 0) return rc;
   }
-  // 4. Fields, required.
-  const CFXMLWrapper* fieldsElement = FirstChild(doc, XMLElements::Fields);
-  if (fieldsElement == nullptr) return kFailed;
+  // 4. Fields, required (the caller made sure they are there).
+  const CFXMLWrapper* fieldsElement = cfmeta_internal::FirstChild(doc, XMLElements::Fields);
+  failedAt = fieldsElement;
   int rc = ReadFields(*fieldsElement);
   if (rc != 0) return rc;
   // 5. Dataset summaries, optional.
-  if (const CFXMLWrapper* summariesElement = FirstChild(doc, XMLElements::DatasetSummaries)) {
+  if (const CFXMLWrapper* summariesElement =
+          cfmeta_internal::FirstChild(doc, XMLElements::DatasetSummaries)) {
+    failedAt = summariesElement;
     std::unique_ptr<CFDatasetSummaries> read(new CFDatasetSummaries(*summariesElement));
     if (!read->parseSuccess()) return kFailed;
     summaries = std::move(read);
@@ -448,6 +504,7 @@ int CFMetaData::Impl::Load(const std::string& xml) {
 int CFMetaData::Impl::Export(std::string& out) const {
   if (fields.empty()) return kFailed;
   CFXMLWrapper doc;
+  doc.setMessageStream(messages);
   doc.createNew(XMLElements::DataModel);
   if (doc.getElement() == nullptr) return kFailed;
 
@@ -524,8 +581,31 @@ int CFMetaData::Impl::Export(std::string& out) const {
 
 CFMetaData::CFMetaData(CFUpperFunc* upper) : m_impl(new Impl(upper)) {}
 
-CFMetaData::CFMetaData(const std::string& xml, CFUpperFunc* upper) : m_impl(new Impl(upper)) {
-  if (m_impl->Load(xml) != 0) m_impl.reset(new Impl(upper));
+CFMetaData::CFMetaData(const std::string& xml, CFUpperFunc* upper)
+    : CFMetaData(xml, upper, &std::cout) {}
+
+CFMetaData::CFMetaData(const std::string& xml, CFUpperFunc* upper, std::ostream* messages)
+    : m_impl(new Impl(upper)) {
+  m_impl->messages = messages;
+  if (m_impl->Load(xml) != 0) {
+    std::unique_ptr<Impl> empty(new Impl(upper));
+    empty->messages = messages;
+    empty->loadError = std::move(m_impl->loadError);
+    m_impl = std::move(empty);
+  }
+}
+
+const CFLoadError& CFMetaData::GetLoadError() const { return m_impl->loadError; }
+
+void CFMetaData::SetMessageStream(std::ostream* messages) { m_impl->messages = messages; }
+
+const CFFormat* CFMetaData::GetDisplayFormat(const CFField& field) const {
+  if (const CFFormat* own = field.GetPrivateFormat()) return own;
+  const std::string reference = field.GetFormatReference();
+  if (!reference.empty()) {
+    if (const CFFormat* shared = GetSharedFormat(reference)) return shared;
+  }
+  return GetDefaultFormat(field.GetStorage());
 }
 
 CFMetaData::CFMetaData(const CFMetaData& other) : m_impl(new Impl(*other.m_impl)) {}
@@ -678,6 +758,7 @@ const CFDatasetSummaries* CFMetaData::getDatasetSummaries() const {
 bool CFMetaData::setDatasetSummaries(const std::string& xml) {
   if (xml.empty()) return false;
   CFXMLWrapper doc;
+  doc.setMessageStream(m_impl->messages);
   doc.loadFromContents(xml.c_str());
   std::unique_ptr<CFDatasetSummaries> read(new CFDatasetSummaries(doc));
   if (!read->parseSuccess()) return false;

@@ -11,6 +11,7 @@
 #define CFMETA_METADATA_CFMETADATA_H_
 
 #include <cstdint>
+#include <iosfwd>
 #include <memory>
 #include <string>
 #include <vector>
@@ -32,6 +33,27 @@ class CFMETA_API CFUpperFunc {
   virtual std::string operator()(const std::string& name) const = 0;
 };
 
+// Why a load left the empty document.
+struct CFMETA_API CFLoadError {
+  enum Kind : int32_t {
+    NoError = 0,       // the load succeeded, or the metadata was not loaded from text
+    MalformedXML = 1,  // the text is not well-formed XML
+    NotMetadata = 2,   // well-formed XML whose root holds no XMLElements::Fields element
+    BrokenRule = 3     // a metadata document whose content breaks a rule
+  };
+  Kind kind = NoError;
+  // MalformedXML: where the parser stopped, from 1; 0 when it did not say.
+  int line = 0;
+  int column = 0;
+  // NotMetadata and BrokenRule: the offending element, such as
+  // "/DataModel/Fields/Field[3]/FieldFormat/NumberFormat" (a position among same-named
+  // siblings, from 1, where there are several).
+  std::string path;
+  // The parser's message, or the rule broken in one sentence ("Width must be given and not 0",
+  // "duplicate field name 'age'").
+  std::string message;
+};
+
 class CFMETA_API CFMetaData {
  public:
   // The kinds of field group, each written as its own entity text.
@@ -44,13 +66,25 @@ class CFMETA_API CFMetaData {
 
   // Empty metadata. A null `upper` makes names case-sensitive.
   explicit CFMetaData(CFUpperFunc* upper = nullptr);
-  // Loads `xml`; any failure leaves empty metadata with the same folding function.
+  // Loads `xml`; any failure leaves empty metadata with the same folding function, and
+  // GetLoadError says why. What the XML layer says about a text it cannot parse is printed on
+  // standard output.
   CFMetaData(const std::string& xml, CFUpperFunc* upper);
+  // As above, with the XML layer's messages on `messages` (null prints nothing), which must
+  // outlive the call. Exports of this metadata print there too (see SetMessageStream).
+  CFMetaData(const std::string& xml, CFUpperFunc* upper, std::ostream* messages);
   // Deep copies; the copy shares the folding function.
   CFMetaData(const CFMetaData& other);
   // Builds the whole copy before giving up the old state, so a failure leaves this as it was.
   CFMetaData& operator=(const CFMetaData& other);
   ~CFMetaData();
+
+  // Why the load that made this metadata failed; kind NoError after one that succeeded and for
+  // metadata not loaded from text. Copies carry it along.
+  const CFLoadError& GetLoadError() const;
+  // Where ExportXMLDoc prints what the XML layer says about a document it cannot serialise:
+  // standard output unless set; null prints nothing. The stream must outlive its use.
+  void SetMessageStream(std::ostream* messages);
 
   // --- Lookups ---
 
@@ -72,6 +106,10 @@ class CFMETA_API CFMetaData {
   const CFFormat* GetSharedFormat(const std::string& name) const;
   // The shared format in the storage's default slot, or null.
   const CFFormat* GetDefaultFormat(CFField::StorageType storage) const;
+  // The format `field`'s values are shown with: its private format, else the shared format its
+  // reference names, else the default for its storage; null when there is none. Valid while
+  // this metadata and `field` are unchanged.
+  const CFFormat* GetDisplayFormat(const CFField& field) const;
 
   double GetRecordCount(bool weighted) const;
   double GetDroppedCount() const;
@@ -157,7 +195,7 @@ class CFMETA_API CFMetaData {
   // Writes the whole document into `out`. False, leaving `out` unchanged, when there are no
   // fields, a field or the summaries cannot be written, or a text holds a character no XML 1.0
   // document can carry (see ValidateXMLChars): a label holding byte 0x01, say, fails the export
-  // and the serialiser's "Caught DOM Exception " message is printed on standard output. A
+  // and the serialiser's "Caught DOM Exception " message is printed (see SetMessageStream). A
   // failure while writing the counts, formats or groups only stops the rest of those three
   // parts; what was written stays.
   bool ExportXMLDoc(std::string& out) const;

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <iostream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -62,45 +64,154 @@ void ExpectEmpty(const CFMetaData& meta) {
   EXPECT_EQ(nullptr, meta.GetDefaultFormat(CFField::RealStorage));
 }
 
-TEST(CFMetaDataTest, DamagedDocumentsLoadEmpty) {
+// Every damaged document loads empty and says why: malformed XML by line, anything else by the
+// path of the element at fault and the rule it broke.
+TEST(CFMetaDataTest, DamagedDocumentsLoadEmptyAndSayWhy) {
   const std::string formats = MakeElement(
       XMLElements::FieldFormats, {{XMLAttributes::DefaultNumberFormat, "F"}}, NumberFormat("F"));
   const std::string counts = Counts({{XMLAttributes::UnweightedCount, "10"},
                                      {XMLAttributes::WeightedCount, "10"},
                                      {XMLAttributes::DroppedCount, "0"}});
-  const std::string rows[] = {
-      "",
-      "<" + std::string(XMLElements::DataModel) + ">",                     // not well-formed
-      Document(formats + counts),                                          // no fields element
-      Document(Fields(Field("A") + MakeElement(XMLElements::Field, {}))),  // a nameless field
-      Document(Fields(Field("A", "binary"))),                              // unknown storage
-      Document(MakeElement(XMLElements::FieldFormats, {{XMLAttributes::DefaultDateFormat, "F"}},
-                           NumberFormat("F")) +
-               Fields(Field("A"))),  // a number format in the date slot
-      Document(MakeElement(XMLElements::FieldFormats,
-                           {{XMLAttributes::DefaultNumberFormat, "Nope"}}, NumberFormat("F")) +
-               Fields(Field("A"))),  // an unknown default
-      Document(MakeElement(XMLElements::FieldFormats, {}, NumberFormat("F", 0)) +
-               Fields(Field("A"))),                        // an unreadable shared format
-      Document(counts + Fields(Field("A") + Field("A"))),  // a duplicate name
-      Document(Counts({{XMLAttributes::UnweightedCount, "10"},
-                       {XMLAttributes::WeightedCount, "INF"},
-                       {XMLAttributes::DroppedCount, "0"}}) +
-               Fields(Field("A"))),
-      Document(
-          Counts({{XMLAttributes::UnweightedCount, "10"}, {XMLAttributes::WeightedCount, "10"}}) +
-          Fields(Field("A"))),  // dropped count missing
-      Document(Counts({{XMLAttributes::UnweightedCount, "10"},
-                       {XMLAttributes::WeightedCount, "10"},
-                       {XMLAttributes::DroppedCount, "0"},
-                       {"weightedDroppedCount", "INF"}}) +
-               Fields(Field("A"))),
+  const std::string root = std::string("/") + XMLElements::DataModel;
+  const std::string field = root + "/" + XMLElements::Fields + "/" + XMLElements::Field;
+  const auto values = [](const std::string& text) {
+    return MakeElement(XMLElements::Values, {},
+                       MakeElement(XMLElements::Value, {{XMLAttributes::Value, "1"}}) +
+                           MakeElement(XMLElements::Value, {{XMLAttributes::Value, text}}));
   };
-  for (const std::string& xml : rows) {
-    SCOPED_TRACE(xml);
-    CFMetaData meta(xml, nullptr);
+  const auto fieldWith = [](const char* storage, const char* measure, const std::string& child) {
+    return Document(Fields(MakeElement(XMLElements::Field,
+                                       {{XMLAttributes::Name, "A"},
+                                        {XMLAttributes::Storage, storage},
+                                        {XMLAttributes::Measure, measure}},
+                                       child)));
+  };
+  struct Row {
+    std::string xml;
+    CFLoadError::Kind kind;
+    int line;          // malformed XML
+    std::string path;  // the rest
+    std::string rule;  // a part of the message
+  } rows[] = {
+      {"", CFLoadError::MalformedXML, 1, "", ""},
+      {"<" + std::string(XMLElements::DataModel) + ">", CFLoadError::MalformedXML, 1, "", ""},
+      {Document("\n" + Fields("") + "\n<a>\n"), CFLoadError::MalformedXML, 4, "", ""},
+      {Document(formats + counts), CFLoadError::NotMetadata, 0, root, XMLElements::Fields},
+      {MakeElement("Catalog", {}, MakeElement("Book", {})), CFLoadError::NotMetadata, 0, "/Catalog",
+       XMLElements::Fields},
+      {Document(Fields(Field("A") + MakeElement(XMLElements::Field, {}))), CFLoadError::BrokenRule,
+       0, field + "[2]", std::string(XMLAttributes::Name) + " must be"},
+      {Document(Fields(Field("A", "binary"))), CFLoadError::BrokenRule, 0, field,
+       "'binary' is no known " + std::string(XMLAttributes::Storage)},
+      {Document(MakeElement(XMLElements::FieldFormats, {{XMLAttributes::DefaultDateFormat, "F"}},
+                            NumberFormat("F")) +
+                Fields(Field("A"))),
+       CFLoadError::BrokenRule, 0, root + "/" + XMLElements::FieldFormats,
+       XMLAttributes::DefaultDateFormat + std::string(" 'F' names no shared format")},
+      {Document(MakeElement(XMLElements::FieldFormats,
+                            {{XMLAttributes::DefaultNumberFormat, "Nope"}}, NumberFormat("F")) +
+                Fields(Field("A"))),
+       CFLoadError::BrokenRule, 0, root + "/" + XMLElements::FieldFormats, "'Nope'"},
+      {Document(MakeElement(XMLElements::FieldFormats, {}, NumberFormat("F", 0)) +
+                Fields(Field("A"))),
+       CFLoadError::BrokenRule, 0,
+       root + "/" + XMLElements::FieldFormats + "/" + XMLElements::NumberFormat,
+       std::string(XMLAttributes::Width) + " must be given and not 0"},
+      {Document(counts + Fields(Field("A") + Field("A"))), CFLoadError::BrokenRule, 0,
+       field + "[2]", "duplicate field name 'A'"},
+      {Document(Counts({{XMLAttributes::UnweightedCount, "10"},
+                        {XMLAttributes::WeightedCount, "INF"},
+                        {XMLAttributes::DroppedCount, "0"}}) +
+                Fields(Field("A"))),
+       CFLoadError::BrokenRule, 0, root + "/" + XMLElements::RecordCounts,
+       XMLAttributes::WeightedCount + std::string(" must be given as a finite number")},
+      {Document(
+           Counts({{XMLAttributes::UnweightedCount, "10"}, {XMLAttributes::WeightedCount, "10"}}) +
+           Fields(Field("A"))),
+       CFLoadError::BrokenRule, 0, root + "/" + XMLElements::RecordCounts,
+       XMLAttributes::DroppedCount},
+      {Document(Counts({{XMLAttributes::UnweightedCount, "10"},
+                        {XMLAttributes::WeightedCount, "10"},
+                        {XMLAttributes::DroppedCount, "0"},
+                        {"weightedDroppedCount", "INF"}}) +
+                Fields(Field("A"))),
+       CFLoadError::BrokenRule, 0, root + "/" + XMLElements::RecordCounts, "weightedDroppedCount"},
+      {fieldWith(XMLEntities::Integer, XMLEntities::Nominal, values("seven")),
+       CFLoadError::BrokenRule, 0,
+       field + "/" + XMLElements::Values + "/" + XMLElements::Value + "[2]",
+       "value 'seven' is not an integer"},
+      {fieldWith(XMLEntities::Date, XMLEntities::Continuous,
+                 MakeElement(XMLElements::FieldFormat, {}, NumberFormat("F"))),
+       CFLoadError::BrokenRule, 0,
+       field + "/" + XMLElements::FieldFormat + "/" + XMLElements::NumberFormat,
+       std::string("does not suit ") + XMLEntities::Date + " storage"},
+      {fieldWith(XMLEntities::Integer, XMLEntities::Nominal,
+                 MakeElement(XMLElements::Range, {{XMLAttributes::MinValue, "1"}})),
+       CFLoadError::BrokenRule, 0, field + "/" + XMLElements::Range, "allowed only in"},
+      {Document(
+           MakeElement(XMLElements::FieldFormats, {}, MakeElement(XMLElements::FieldGroups, {})) +
+           Fields(Field("A"))),
+       CFLoadError::BrokenRule, 0,
+       root + "/" + XMLElements::FieldFormats + "/" + XMLElements::FieldGroups,
+       "is no display format"},
+      {Document(
+           MakeElement(XMLElements::FieldGroups, {},
+                       MakeElement(XMLElements::FieldGroup, {{XMLAttributes::GroupType, "cluster"},
+                                                             {XMLAttributes::Name, "G"}})) +
+           Fields(Field("A"))),
+       CFLoadError::BrokenRule, 0,
+       root + "/" + XMLElements::FieldGroups + "/" + XMLElements::FieldGroup,
+       "'cluster' is no known " + std::string(XMLAttributes::GroupType)},
+      {Document(Fields(MakeElement(XMLElements::Field,
+                                   {{XMLAttributes::Name, "A"}, {XMLAttributes::Depth, "-1"}}))),
+       CFLoadError::BrokenRule, 0, field,
+       std::string(XMLAttributes::Depth) + " must not be negative"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.xml);
+    std::ostringstream messages;
+    CFMetaData meta(row.xml, nullptr, &messages);
     ExpectEmpty(meta);
+    const CFLoadError& error = meta.GetLoadError();
+    EXPECT_EQ(row.kind, error.kind);
+    EXPECT_EQ(row.line, error.line);
+    EXPECT_EQ(row.path, error.path);
+    EXPECT_NE(std::string::npos, error.message.find(row.rule)) << error.message;
+    EXPECT_FALSE(error.message.empty());
+    // Only a text that does not parse makes the XML layer say anything.
+    EXPECT_EQ(row.kind == CFLoadError::MalformedXML, !messages.str().empty());
   }
+  // A load that succeeds has nothing to say; a copy carries the reason along.
+  EXPECT_EQ(CFLoadError::NoError,
+            CFMetaData(Document(Fields(Field("A"))), nullptr).GetLoadError().kind);
+  const CFMetaData failed(Document(""), nullptr, nullptr);
+  EXPECT_EQ(root, CFMetaData(failed).GetLoadError().path);
+}
+
+// The XML layer's messages go to standard output unless the caller chooses another stream, or
+// none.
+TEST(CFMetaDataTest, MessagesGoWhereTheCallerSays) {
+  const std::string malformed = "<" + std::string(XMLElements::DataModel) + ">";
+  std::ostringstream captured;
+  std::streambuf* const saved = std::cout.rdbuf(captured.rdbuf());
+  { CFMetaData meta(malformed, nullptr); }
+  const std::string byDefault = captured.str();
+  captured.str("");
+  { CFMetaData meta(malformed, nullptr, nullptr); }
+  const std::string silenced = captured.str();
+  std::ostringstream own;
+  CFMetaData meta(Document(Fields(Field("A"))), nullptr, &own);
+  ASSERT_EQ(1u, meta.FieldCount());
+  CFField field(*meta.GetField(0u));
+  field.SetLabel("x\x01y");
+  ASSERT_EQ(0, meta.ReplaceField(0u, &field));
+  std::string out;
+  EXPECT_FALSE(meta.ExportXMLDoc(out));
+  std::cout.rdbuf(saved);
+
+  EXPECT_EQ("Caught unknown exception\n", byDefault);
+  EXPECT_EQ("", silenced);
+  EXPECT_EQ(0u, own.str().find("Caught DOM Exception ")) << own.str();
 }
 
 TEST(CFMetaDataTest, FieldsWithoutFieldChildrenKeepFormatsAndCounts) {

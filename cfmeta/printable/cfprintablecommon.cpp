@@ -7,6 +7,7 @@
 #include "cfmeta/printable/cfprintablelist.h"
 #include "cfmeta/printable/cfprintablevalue.h"
 #include "cfmeta/vocab/cfvocabulary.h"
+#include "cfmeta/xml/cfxmlexchange_internal.h"
 #include "cfmeta/xml/cfxmliteratorwrapper.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
 
@@ -148,7 +149,7 @@ void CommonImpl::AddToTree(const char* elementName, CFXMLWrapper& parent,
     if (child == nullptr) rc = CfExtension::kXMLBadArgument;
   }
   if (rc != 0) return;
-  cfformat_internal::AttachFinished(parent, element, created);
+  cfmeta_internal::AttachFinished(0, std::move(element), parent, created);
 }
 
 void CommonImpl::ReadArguments(const CFXMLWrapper& element, int depth) {

@@ -10,6 +10,7 @@
 #include "cfmeta/format/cfformat_internal.h"
 #include "cfmeta/printable/cfprintablecommon_internal.h"
 #include "cfmeta/vocab/cfvocabulary.h"
+#include "cfmeta/xml/cfxmlexchange_internal.h"
 #include "cfmeta/xml/cfxmliteratorwrapper.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
 
@@ -227,5 +228,5 @@ void CFPrintableValue::AddToTree(CFXMLWrapper& parent, CFXMLWrapper*& created) c
   CFXMLWrapper* format = nullptr;
   impl.m_format->AddToTree(*element, format);
   if (format == nullptr) return;
-  cfformat_internal::AttachFinished(parent, element, created);
+  cfmeta_internal::AttachFinished(0, std::move(element), parent, created);
 }

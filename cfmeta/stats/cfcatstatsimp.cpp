@@ -8,6 +8,7 @@
 #include <numeric>
 
 #include "cfmeta/vocab/cfvocabulary.h"
+#include "cfmeta/xml/cfxmlexchange_internal.h"
 #include "cfmeta/xml/cfxmliteratorwrapper.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
 
@@ -341,9 +342,7 @@ void CFCatStatsImp<T>::AddToTree(CFXMLWrapper& parent, CFXMLWrapper*& created) c
     if (CatTraits<T>::Write(*child, m_vals[cat]) != 0) return;
     if (child->addAttribute(XMLAttributes::SumFreqWts, m_weights[cat]) != 0) return;
   }
-  // Attach only when complete: a half-built element must never reach the caller's tree.
-  if (parent.addElement(elem.get()) != 0) return;
-  created = elem.release();
+  cfmeta_internal::AttachFinished(0, std::move(elem), parent, created);
 }
 
 template class CFCatStatsImp<long long>;

@@ -4,6 +4,7 @@
 
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/vocab/xmlelement.h"
+#include "cfmeta/xml/cfxmlexchange_internal.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
 
 using CfExtension::CFXMLWrapper;
@@ -62,13 +63,6 @@ long long Truncate(double value) {
   if (value >= kTwoTo63) return 0x7FFFFFFFFFFFFFFFLL;
   if (value < -kTwoTo63) return -0x7FFFFFFFFFFFFFFFLL - 1;
   return static_cast<long long>(value);
-}
-
-// Attaches a finished element as the last child of `parent`; `created` is null on failure.
-void Attach(std::unique_ptr<CFXMLWrapper> elem, CFXMLWrapper& parent, CFXMLWrapper*& created) {
-  created = nullptr;
-  if (elem == nullptr || parent.addElement(elem.get()) != 0) return;
-  created = elem.release();
 }
 
 }  // namespace
@@ -231,7 +225,8 @@ void CFContStatsDbl::Pool(const CFContStatsDbl& other) { m_imp->Pool(*other.m_im
 CFContStatsDbl* CFContStatsDbl::Clone() const { return new CFContStatsDbl(*this); }
 
 void CFContStatsDbl::AddToTree(CFXMLWrapper& parent, CFXMLWrapper*& created) const {
-  Attach(std::unique_ptr<CFXMLWrapper>(m_imp->MakeContStatsElmt(parent)), parent, created);
+  cfmeta_internal::AttachFinished(
+      0, std::unique_ptr<CFXMLWrapper>(m_imp->MakeContStatsElmt(parent)), parent, created);
 }
 
 // --- CFContStatsInt ---
@@ -299,5 +294,5 @@ void CFContStatsInt::AddToTree(CFXMLWrapper& parent, CFXMLWrapper*& created) con
       elem->addAttribute(XMLAttributes::ExactMaximum, m_exactMax) != 0) {
     return;
   }
-  Attach(std::move(elem), parent, created);
+  cfmeta_internal::AttachFinished(0, std::move(elem), parent, created);
 }

@@ -167,16 +167,24 @@ class ParseErrorKeeper : public ErrorHandler {
   void error(const SAXParseException&) override {}
   void fatalError(const SAXParseException& e) override {
     if (m_message.empty()) {
-      m_message = "line " + std::to_string(e.getLineNumber()) + ", column " +
-                  std::to_string(e.getColumnNumber()) + ": " + CFXMLConverter(e.getMessage()).str();
+      m_message = CFXMLConverter(e.getMessage()).str();
+      m_line = static_cast<int>(e.getLineNumber());
+      m_column = static_cast<int>(e.getColumnNumber());
     }
     throw e;
   }
-  void resetErrors() override { m_message.clear(); }
+  void resetErrors() override {
+    m_message.clear();
+    m_line = m_column = 0;
+  }
   const std::string& message() const { return m_message; }
+  int line() const { return m_line; }
+  int column() const { return m_column; }
 
  private:
   std::string m_message;
+  int m_line = 0;
+  int m_column = 0;
 };
 
 // A name as a zero-terminated 16-bit text, without heap traffic for the usual short ASCII names.
@@ -417,9 +425,22 @@ void CFXMLConverter::ToUTF16(const char* text, size_t length, std::u16string& ou
 // ---------------------------------------------------------------------------------------------
 // CFXMLWrapper: life cycle
 
-CFXMLWrapper::CFXMLWrapper() = default;
+CFXMLWrapper::CFXMLWrapper() : m_messages(&std::cout) {}
 
-CFXMLWrapper::CFXMLWrapper(DOMElement* element) : m_element(element) {}
+CFXMLWrapper::CFXMLWrapper(DOMElement* element) : m_element(element), m_messages(&std::cout) {}
+
+void CFXMLWrapper::Say(const std::string& text) const {
+  if (m_messages != nullptr) *m_messages << text << std::endl;
+}
+
+void CFXMLWrapper::SetError(const std::string& message, int line, int column) {
+  m_errorMessage = message;
+  m_errorLine = line;
+  m_errorColumn = column;
+  m_lastError = line > 0 ? "line " + std::to_string(line) + ", column " + std::to_string(column) +
+                               ": " + message
+                         : message;
+}
 
 CFXMLWrapper::~CFXMLWrapper() {
   dispose();
@@ -448,20 +469,20 @@ void CFXMLWrapper::shutdown(bool keepPlatform) {
 
 void CFXMLWrapper::createNew(const char* rootName) {
   dispose();
-  m_lastError.clear();
+  SetError("");
   try {
     static const XMLCh kCore[] = {'C', 'o', 'r', 'e', 0};
     DOMImplementation* impl = DOMImplementationRegistry::getDOMImplementation(kCore);
     m_document = impl->createDocument(nullptr, Name16(rootName), nullptr);
     m_element = m_document->getDocumentElement();
   } catch (const XMLException& e) {
-    std::cout << CFXMLConverter(e.getMessage()).str() << std::endl;
-    m_lastError = CFXMLConverter(e.getMessage()).str();
+    SetError(CFXMLConverter(e.getMessage()).str());
+    Say(m_lastError);
     m_document = nullptr;
     m_element = nullptr;
   } catch (const DOMException& e) {
-    std::cout << "Caught DOM Exception " << CFXMLConverter(e.getMessage()).str() << std::endl;
-    m_lastError = CFXMLConverter(e.getMessage()).str();
+    SetError(CFXMLConverter(e.getMessage()).str());
+    Say("Caught DOM Exception " + m_lastError);
     m_document = nullptr;
     m_element = nullptr;
   }
@@ -469,7 +490,7 @@ void CFXMLWrapper::createNew(const char* rootName) {
 
 void CFXMLWrapper::loadFromContents(const char* text) {
   dispose();
-  m_lastError.clear();
+  SetError("");
   static NoExternalResolver resolver;
   ParseErrorKeeper errors;
   try {
@@ -495,20 +516,23 @@ void CFXMLWrapper::loadFromContents(const char* text) {
     m_document = m_parser->getDocument();
     m_element = m_document != nullptr ? m_document->getDocumentElement() : nullptr;
     if (m_element == nullptr) {
-      m_lastError = "the document has no root element";
+      SetError("the document has no root element");
       dispose();
     }
     return;
   } catch (const XMLException& e) {
-    std::cout << CFXMLConverter(e.getMessage()).str() << std::endl;
-    m_lastError = CFXMLConverter(e.getMessage()).str();
+    SetError(CFXMLConverter(e.getMessage()).str());
+    Say(m_lastError);
   } catch (const EntityTooLong&) {
-    std::cout << "Caught unknown exception" << std::endl;
-    m_lastError =
-        "an entity declares more than " + std::to_string(kEntityValueLimit) + " characters";
+    Say("Caught unknown exception");
+    SetError("an entity declares more than " + std::to_string(kEntityValueLimit) + " characters");
   } catch (...) {
-    std::cout << "Caught unknown exception" << std::endl;
-    m_lastError = errors.message().empty() ? "the text is not well-formed XML" : errors.message();
+    Say("Caught unknown exception");
+    if (errors.message().empty()) {
+      SetError("the text is not well-formed XML");
+    } else {
+      SetError(errors.message(), errors.line(), errors.column());
+    }
   }
   if (m_parser) {
     m_parser->setSecurityManager(nullptr);
@@ -555,10 +579,10 @@ int CFXMLWrapper::doc2string(std::string& out) const {
     serializer->write(node, output.get());
     out.assign(reinterpret_cast<const char*>(target.getRawBuffer()), target.getLen());
   } catch (const XMLException& e) {
-    std::cout << CFXMLConverter(e.getMessage()).str() << std::endl;
+    Say(CFXMLConverter(e.getMessage()).str());
     out.clear();
   } catch (const DOMException& e) {
-    std::cout << "Caught DOM Exception " << CFXMLConverter(e.getMessage()).str() << std::endl;
+    Say("Caught DOM Exception " + CFXMLConverter(e.getMessage()).str());
     out.clear();
   }
   // The serialiser escapes tabs and carriage returns in attribute values, and carriage returns

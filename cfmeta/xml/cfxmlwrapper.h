@@ -11,10 +11,10 @@
 #define CFMETA_XML_CFXMLWRAPPER_H_
 
 #include <cstddef>
+#include <iosfwd>
 #include <memory>
 #include <string>
 #include <vector>
-
 #include <xercesc/util/XercesDefs.hpp>
 
 #include "cfmeta/cfmeta_export.h"
@@ -84,7 +84,7 @@ class CFMETA_API CFXMLWrapper {
   // --- Documents ---
 
   // Makes a new document whose root element is named `rootName`. On failure the wrapper has
-  // no document (a message is printed on standard output).
+  // no document (a message is printed on the message stream).
   void createNew(const char* rootName);
   // Parses `text`. A document that cannot be parsed leaves the wrapper without a document;
   // callers that load into a fresh wrapper test `getElement()` for null. A document never
@@ -111,6 +111,17 @@ class CFMETA_API CFXMLWrapper {
   // Why the last load failed, with line and column when the parser knew them; empty after a
   // load that succeeded.
   const std::string& getLastError() const { return m_lastError; }
+  // The parts of that reason: the line and column (from 1) where the parser stopped, 0 when it
+  // did not say, and its message without them.
+  int getLastErrorLine() const { return m_errorLine; }
+  int getLastErrorColumn() const { return m_errorColumn; }
+  const std::string& getLastErrorMessage() const { return m_errorMessage; }
+
+  // Where this wrapper's messages go (a failed parse, a document that cannot be made or
+  // serialised): standard output unless set; null prints nothing. Wrappers this one hands out
+  // keep their own setting. The stream must outlive its use here.
+  void setMessageStream(std::ostream* stream) { m_messages = stream; }
+  std::ostream* getMessageStream() const { return m_messages; }
 
   // --- Elements (each returns 5 when the wrapper has no element) ---
 
@@ -197,6 +208,14 @@ class CFMETA_API CFXMLWrapper {
   std::unique_ptr<XERCES_CPP_NAMESPACE::XercesDOMParser> m_parser;
   std::vector<CFXML*> m_handles;
   std::string m_lastError;
+  std::string m_errorMessage;
+  int m_errorLine = 0;
+  int m_errorColumn = 0;
+  std::ostream* m_messages;
+
+  // Prints `text` and a line end on the message stream, if there is one.
+  void Say(const std::string& text) const;
+  void SetError(const std::string& message, int line = 0, int column = 0);
 
   CFXMLWrapper* Adopt(XERCES_CPP_NAMESPACE::DOMElement* element);
   int MakeIterator(bool direct, int type, const char* name, CFXMLIteratorWrapper** out) const;
