@@ -108,7 +108,8 @@ void CFDistributionSummary::Exchange(IO& io, Self& self) {
   io.Children(XMLElements::Cluster, self.m_clusters)
       .Children(XMLElements::Category, self.m_categories);
   // A distribution is given one way only.
-  io.Check(self.m_clusters.empty() != self.m_categories.empty())
+  io.Check(self.m_clusters.empty() != self.m_categories.empty(),
+           "a distribution holds clusters or categories, one kind and not none")
       .FlagText(XMLAttributes::discrete, self.m_discrete)
       .Double(XMLAttributes::mode, self.m_mode)
       .FlagText(XMLAttributes::maxCatsExceeded, self.m_maxCatsExceeded)

@@ -1,6 +1,6 @@
-#include "cfmeta/field/cffieldread_internal.h"
 #include "cfmeta/summaries/cfsummaryio_internal.h"
 #include "cfmeta/vocab/cfvocabulary.h"
+#include "cfmeta/xml/cfxmlexchange_internal.h"
 
 using CfExtension::CFXMLIteratorWrapper;
 using CfExtension::CFXMLWrapper;
@@ -14,9 +14,24 @@ bool IsFlagText(const std::string& text) {
 
 // --- SummaryReader ---
 
-SummaryReader& SummaryReader::Check(bool condition) {
-  if (!condition) m_ok = false;
+SummaryReader& SummaryReader::Check(bool condition, const char* rule) {
+  return condition ? *this : Fail(rule);
+}
+
+SummaryReader& SummaryReader::Fail(const std::string& rule) {
+  m_ok = false;
+  Broken(m_element, rule);
   return *this;
+}
+
+SummaryReader& SummaryReader::Fail(const CFXMLWrapper* child, const char* name) {
+  m_ok = false;
+  Broken(*child, std::string("the ") + name + " cannot be read");
+  return *this;
+}
+
+SummaryReader& SummaryReader::MissingChild(const char* name) {
+  return Fail(std::string("a ") + name + " child is required");
 }
 
 SummaryReader& SummaryReader::Double(const char* name, OptionalDouble& out, Need need) {
@@ -24,9 +39,10 @@ SummaryReader& SummaryReader::Double(const char* name, OptionalDouble& out, Need
   double value = 0.0;
   bool found = false;
   int kind = -1;
-  if (m_element.getAttribute(name, value, found, kind) != 0) return Fail();
-  if (!found) return Check(need == Need::Optional);
-  if (kind != 0) return Fail();
+  if (m_element.getAttribute(name, value, found, kind) != 0 || (found && kind != 0)) {
+    return Fail(std::string(name) + " must be a finite number");
+  }
+  if (!found) return need == Need::Optional ? *this : Fail(std::string(name) + " must be given");
   out.value = value;
   out.given = true;
   return *this;
@@ -37,9 +53,13 @@ SummaryReader& SummaryReader::Int64(const char* name, OptionalInt64& out, Need n
   if (!m_ok) return *this;
   long long value = 0;
   bool found = false;
-  if (m_element.getAttribute(name, value, found) != 0) return Fail();
-  if (!found) return Check(need == Need::Optional);
-  if (value < minimum) return Fail();
+  if (m_element.getAttribute(name, value, found) != 0) {
+    return Fail(std::string(name) + " must be a whole number");
+  }
+  if (!found) return need == Need::Optional ? *this : Fail(std::string(name) + " must be given");
+  if (value < minimum) {
+    return Fail(std::string(name) + " must be at least " + std::to_string(minimum));
+  }
   out.value = value;
   out.given = true;
   return *this;
@@ -56,8 +76,8 @@ SummaryReader& SummaryReader::Text(const char* name, OptionalText& out, Need nee
   if (!m_ok) return *this;
   std::string value;
   bool found = false;
-  if (m_element.getAttribute(name, value, found) != 0) return Fail();
-  if (!found) return Check(need == Need::Optional);
+  if (m_element.getAttribute(name, value, found) != 0) return Fail("its attributes cannot be read");
+  if (!found) return need == Need::Optional ? *this : Fail(std::string(name) + " must be given");
   out.value.swap(value);
   out.given = true;
   return *this;
@@ -72,12 +92,16 @@ SummaryReader& SummaryReader::Text(const char* name, std::string& out) {
 
 SummaryReader& SummaryReader::NonEmptyText(const char* name, std::string& out) {
   Text(name, out);
-  return Check(!out.empty());
+  if (!m_ok) return *this;
+  return Check(!out.empty(), (std::string(name) + " must be given and not empty").c_str());
 }
 
 SummaryReader& SummaryReader::FlagText(const char* name, std::string& out) {
   OptionalText text;
-  Text(name, text, Need::Optional).Check(!text.given || IsFlagText(text.value));
+  Text(name, text, Need::Optional);
+  if (m_ok && text.given && !IsFlagText(text.value)) {
+    Fail(std::string(name) + " must be " + XMLEntities::True + " or " + XMLEntities::False);
+  }
   if (m_ok) out.swap(text.value);
   return *this;
 }
@@ -86,7 +110,10 @@ SummaryReader& SummaryReader::Flag(const char* name, bool& out) {
   if (!m_ok) return *this;
   bool value = false;
   bool found = false;
-  if (GetBoolAttr(m_element, name, value, found) != 0) return Fail();
+  if (ReadBoolAttr(m_element, name, value, found) != 0) {
+    m_ok = false;  // the rule is already recorded
+    return *this;
+  }
   if (found) out = value;
   return *this;
 }
@@ -94,7 +121,8 @@ SummaryReader& SummaryReader::Flag(const char* name, bool& out) {
 SummaryReader& SummaryReader::NoChild(const char* name) {
   if (!m_ok) return *this;
   CFXMLWrapper* child = nullptr;
-  return Check(First(name, child) && child == nullptr);
+  if (!First(name, child)) return Fail("its children cannot be read");
+  return child == nullptr ? *this : Fail(std::string(name) + " is not allowed here");
 }
 
 bool SummaryReader::First(const char* name, CFXMLWrapper*& child) const {

@@ -51,8 +51,8 @@ class SummaryReader {
 
   // False once any step has failed.
   bool ok() const { return m_ok; }
-  // Fails the reader when `condition` is false.
-  SummaryReader& Check(bool condition);
+  // Fails the reader when `condition` is false; `rule` says what was broken, in one sentence.
+  SummaryReader& Check(bool condition, const char* rule);
 
   // Present, a double must read and be a finite number.
   SummaryReader& Double(const char* name, OptionalDouble& out, Need need = Need::Optional);
@@ -76,11 +76,11 @@ class SummaryReader {
   SummaryReader& FirstChild(const char* name, std::unique_ptr<T>& out, Need need) {
     if (!m_ok) return *this;
     CfExtension::CFXMLWrapper* child = nullptr;
-    if (!First(name, child)) return Fail();
-    if (child == nullptr) return Check(need == Need::Optional);
+    if (!First(name, child)) return Fail("its children cannot be read");
+    if (child == nullptr) return need == Need::Optional ? *this : MissingChild(name);
     std::unique_ptr<T> read(new T(*child));
     child->releaseHandedOut();
-    if (!read->parseSuccess()) return Fail();
+    if (!read->parseSuccess()) return Fail(child, name);
     out = std::move(read);
     return *this;
   }
@@ -92,12 +92,14 @@ class SummaryReader {
   SummaryReader& Children(const char* name, std::vector<std::unique_ptr<T>>& out) {
     if (!m_ok) return *this;
     CfExtension::CFXMLIteratorWrapper* it = nullptr;
-    if (m_element.getElementDirectIterator(name, &it) != 0) return Fail();
+    if (m_element.getElementDirectIterator(name, &it) != 0) {
+      return Fail("its children cannot be read");
+    }
     while (CfExtension::CFXMLWrapper* child = it->nextElement()) {
       std::unique_ptr<T> read(new T(*child));
       // A long list holds only what its current child still uses.
       child->releaseHandedOut();
-      if (!read->parseSuccess()) return Fail();
+      if (!read->parseSuccess()) return Fail(child, name);
       out.push_back(std::move(read));
     }
     return *this;
@@ -107,10 +109,12 @@ class SummaryReader {
   const CfExtension::CFXMLWrapper& m_element;
   bool m_ok = true;
 
-  SummaryReader& Fail() {
-    m_ok = false;
-    return *this;
-  }
+  // Fails the reader, recording `rule` against this element for a load report.
+  SummaryReader& Fail(const std::string& rule);
+  // Fails the reader for a child that did not read; the child's own reader named the rule,
+  // and when it did not, this names the child.
+  SummaryReader& Fail(const CfExtension::CFXMLWrapper* child, const char* name);
+  SummaryReader& MissingChild(const char* name);
   // False when the children cannot be iterated; else `child` is the first match or null.
   bool First(const char* name, CfExtension::CFXMLWrapper*& child) const;
 };
@@ -122,6 +126,8 @@ class SummaryWriter {
       : m_element(parent.createFreeElement(name)), m_ok(m_element != nullptr) {}
 
   SummaryWriter& Check(bool condition);
+  // The reader's form: a writer has no one to tell the rule to.
+  SummaryWriter& Check(bool condition, const char* /*rule*/) { return Check(condition); }
 
   // Written when given; a required one that is not given fails.
   SummaryWriter& Double(const char* name, const OptionalDouble& value, Need need = Need::Optional);
