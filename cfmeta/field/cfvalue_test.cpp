@@ -5,9 +5,11 @@
 #include <string>
 #include <vector>
 
+#include "cfmeta/field/cffield.h"
 #include "cfmeta/field/cffield_testutil.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/xml/cfxml_testutil.h"
+#include "cfmeta/xml/cfxmlwrapper.h"
 
 namespace {
 
@@ -139,6 +141,39 @@ TEST(CFValueTest, GetIndexFindsFirstMatchOrSaysWhyNot) {
       EXPECT_EQ(row.index, CFValue::GetIndex(row.key.GetString(), row.list));
       EXPECT_EQ(search, CFValue::SearchList(row.key.GetString(), row.list));
     }
+  }
+}
+
+// A field's values and the labels given to them are written as children of the field and
+// read back whole, labels included, whether or not the labelled value is among the values.
+TEST(CFValueTest, FieldRoundTripKeepsValuesAndTheirLabels) {
+  struct Row {
+    CFField::StorageType storage;
+    std::vector<CFValue> values, labels;
+  };
+  std::vector<CFValue> intLabels = ValueList({CFDatum(1), CFDatum(9)});
+  intLabels[0].SetLabel("One & <only>");
+  intLabels[1].SetLabel("Nine");
+  std::vector<CFValue> textLabels = ValueList({CFDatum("b", false)});
+  textLabels[0].SetLabel("\xC3\xA9t\xC3\xA9");
+  const Row rows[] = {
+      {CFField::IntegerStorage, ValueList({CFDatum(1), CFDatum(2)}), intLabels},
+      {CFField::StringStorage, ValueList({CFDatum("a", false), CFDatum("b", false)}), textLabels},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.storage);
+    CFField field("F", row.storage, CFField::Nominal);
+    field.SetValues(row.values);
+    field.SetValueLabels(row.labels);
+    ASSERT_EQ(row.labels.size(), field.GetValueLabels().size());
+    auto doc = cfmeta_test::NewDocument();
+    CfExtension::CFXMLWrapper* created = nullptr;
+    field.AddToTree(*doc, created, false);
+    ASSERT_NE(nullptr, created);
+    const CFField back = cfmeta_test::ReadField(cfmeta_test::Serialise(*created));
+    EXPECT_EQ(cfmeta_test::Describe(row.labels), cfmeta_test::Describe(back.GetValueLabels()));
+    EXPECT_EQ(cfmeta_test::Describe(row.values), cfmeta_test::Describe(back.GetValues()));
+    EXPECT_EQ(cfmeta_test::Describe(field), cfmeta_test::Describe(back));
   }
 }
 
