@@ -207,12 +207,7 @@ TEST(CFPrintableListTest, ArgumentThatCannotBeWrittenFailsTheWrite) {
   list.AppendToList(Text("ok"));
   list.AppendToList(CFPrintableValue(CFDatum(1.0 / 0.0), CFPrintableValue::Plain,
                                      CFNumberFormat(CFNumberFormat::Standard, -1, 0)));
-  std::unique_ptr<CfExtension::CFXMLWrapper> doc = cfmeta_test::NewDocument();
-  const std::string before = cfmeta_test::Serialise(*doc);
-  CfExtension::CFXMLWrapper* created = nullptr;
-  list.AddToTree(*doc, created);
-  EXPECT_EQ(nullptr, created);
-  EXPECT_EQ(before, cfmeta_test::Serialise(*doc));
+  EXPECT_EQ("<none>", Written(list));
 }
 
 TEST(CFPrintableVListTest, RepeatsTheMiddleBetweenHeadAndTail) {
@@ -249,6 +244,14 @@ TEST(CFPrintableVListTest, RepeatsTheMiddleBetweenHeadAndTail) {
   EXPECT_EQ("A, B and C", list.Print());
   list.SetPattern("{0}/ + {0}/ = {0}", false, 0);
   EXPECT_EQ("A + B = C", list.Print());
+
+  // SetList replaces every argument; a null entry empties the list.
+  const CFPrintableValue x = Text("X");
+  const CFPrintableValue y = Text("Y");
+  list.SetList({&x, &y});
+  EXPECT_EQ("X = Y", list.Print());
+  list.SetList({&x, nullptr});
+  EXPECT_EQ("", list.Print());
 }
 
 TEST(CFPrintableVListTest, PartTakesOneArgumentPerTopLevelPlaceholder) {
