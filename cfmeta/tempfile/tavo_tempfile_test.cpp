@@ -104,6 +104,28 @@ TEST(TAVO_TempFileTest, MatchesAPlainCopyUnderMixedAccess) {
   EXPECT_TRUE(all == model);
 }
 
+// A read that runs past the end of the buffered window refills it with what is left of the
+// file, down to a single byte, and still moves every byte asked for.
+TEST(TAVO_TempFileTest, ReadPastTheWindowRefillsEvenOneByte) {
+  constexpr size_t kWindow = 256 * 1024;  // the file's own buffer size
+  for (size_t tail : {1u, 2u, 7u}) {
+    SCOPED_TRACE(tail);
+    TAVO_TempFile file;
+    ASSERT_TRUE(file.IsOpen());
+    std::string data(kWindow + tail, '\0');
+    for (size_t i = 0; i < data.size(); ++i) data[i] = static_cast<char>(i * 7 + i / 251);
+    ASSERT_EQ(data.size(), file.Write(data.data(), data.size()));
+    ASSERT_TRUE(file.SeekFromStart(0));
+    std::string head(kWindow - 1, '\0');
+    ASSERT_EQ(head.size(), file.Read(&head[0], head.size()));
+    // One byte from the window, then `tail` bytes from the refill; more is asked than is left.
+    std::string rest(tail + 5, '\0');
+    ASSERT_EQ(tail + 1, file.Read(&rest[0], rest.size()));
+    EXPECT_TRUE(head + rest.substr(0, tail + 1) == data);
+    EXPECT_EQ(0u, file.Read(&rest[0], 1));
+  }
+}
+
 TEST(TAVO_TempFileTest, LeavesNothingInTheTempFolder) {
   ScratchFolder folder;
   const std::string data(300000, 'x');
