@@ -247,4 +247,18 @@ TEST(CFXMLFactoryTest, DocumentEntryPointsRefuseWhatTheyCannotLoad) {
   }
 }
 
+// A program that manages the platform itself starts and stops only the library's part; the
+// platform, and every document loaded after, stays usable.
+TEST(CFXMLFactoryTest, StartAndStopKeepAPlatformTheHostManages) {
+  cf_xml_startup(1);
+  cf_xml_shutdown(1);
+  CFXML* root = nullptr;
+  ASSERT_EQ(0, cf_xml_loadDocument("<R\xC3\xA9/>", &root));
+  char name[8];
+  size_t needed = 0;
+  EXPECT_EQ(0, root->getName(root->object, name, sizeof name, &needed));
+  EXPECT_STREQ("R\xC3\xA9", name);
+  EXPECT_EQ(0, root->disposeDocument(root->object));
+}
+
 }  // namespace
