@@ -323,7 +323,15 @@ std::string CheckRendering(const CFNumberFormat& format, const CFDatum& value) {
 }  // namespace
 
 std::string CheckMetadataRoundTrip(const uint8_t* data, size_t size) {
-  const CFMetaData first(TextOf(data, size), nullptr);
+  const CFMetaData first(TextOf(data, size), nullptr, nullptr);
+  const CFLoadError& why = first.GetLoadError();
+  if (why.kind != CFLoadError::NoError) {
+    if (first.FieldCount() != 0) return "a document that loaded reports a failure";
+    if (why.message.empty()) return "a failed load gives no reason";
+    if (why.kind != CFLoadError::MalformedXML && (why.path.empty() || why.path[0] != '/')) {
+      return "a failed load names no element: " + why.message;
+    }
+  }
   std::string exported = "unchanged";
   const bool wrote = first.ExportXMLDoc(exported);
   if (first.FieldCount() == 0) {
