@@ -215,13 +215,7 @@ TEST(CFDateFormatTest, CopiesOwnTheirTimeFormat) {
 }
 
 TEST(CFDateFormatTest, WritesAttributesAndTimeChildAndReadsThemBack) {
-  const char* separators[] = {XMLEntities::None,  XMLEntities::Period, XMLEntities::Comma,
-                              XMLEntities::Space, XMLEntities::Colon,  XMLEntities::Dash,
-                              XMLEntities::Slash};
-  const char* aligns[] = {XMLEntities::Left, XMLEntities::Center, XMLEntities::Right,
-                          XMLEntities::Auto};
   const CFTimeFormat time(CFTimeFormat::D_H_M_S, 12, 2, Sep::Colon, false);
-  auto doc = cfmeta_test::NewDocument();
   for (unsigned i = 0; i < 10; ++i) {
     SCOPED_TRACE(i);
     Date format(static_cast<Date::FormatType>(i), i % 3 ? 12 : -1, i, static_cast<Sep>(i % 7),
@@ -229,52 +223,40 @@ TEST(CFDateFormatTest, WritesAttributesAndTimeChildAndReadsThemBack) {
     format.SetName("d\"" + std::to_string(i));
     format.SetAlignment(static_cast<CFFormat::Alignment>(i % 4));
     if (i % 2) format.SetTimeFormat(&time);
-    CfExtension::CFXMLWrapper* created = nullptr;
-    format.AddToTree(*doc, created);
-    ASSERT_NE(nullptr, created);
-
     // The serialiser orders attributes by name, so compare against the same order.
-    const std::map<std::string, std::string> attributes = {
-        {XMLAttributes::Name, format.GetName()},
-        {XMLAttributes::Width, i % 3 ? "12" : "-1"},
-        {XMLAttributes::Alignment, aligns[i % 4]},
-        {XMLAttributes::Separator, separators[i % 7]},
-        {XMLAttributes::DecimalPlaces, std::to_string(i)},
-        {XMLAttributes::FormatType, Date::gFmtTypeDict[i].second},
-        {XMLAttributes::TwoDigitYear, i % 2 == 0 ? XMLEntities::True : XMLEntities::False},
-        {XMLAttributes::NamesLocal, i % 3 == 0 ? XMLEntities::True : XMLEntities::False}};
-    std::string expected = cfmeta_test::OpenTag(XMLElements::DateFormat, attributes);
-    if (i % 2) {
-      CfExtension::CFXMLWrapper* timeElem = nullptr;
-      time.AddToTree(*doc, timeElem);
-      ASSERT_NE(nullptr, timeElem);
-      expected += ">" + Serialise(*timeElem) + "</" + XMLElements::DateFormat + ">";
-    } else {
-      expected += "/>";
-    }
-    EXPECT_EQ(expected, Serialise(*created));
-    EXPECT_EQ(Describe(format), Describe(Date(*created)));
+    const std::string tag = cfmeta_test::OpenTag(
+        XMLElements::DateFormat,
+        {{XMLAttributes::Name, format.GetName()},
+         {XMLAttributes::Width, i % 3 ? "12" : "-1"},
+         {XMLAttributes::Alignment, cfmeta_test::kAlignTexts[i % 4]},
+         {XMLAttributes::Separator, cfmeta_test::kSepTexts[i % 7]},
+         {XMLAttributes::DecimalPlaces, std::to_string(i)},
+         {XMLAttributes::FormatType, Date::gFmtTypeDict[i].second},
+         {XMLAttributes::TwoDigitYear, i % 2 == 0 ? XMLEntities::True : XMLEntities::False},
+         {XMLAttributes::NamesLocal, i % 3 == 0 ? XMLEntities::True : XMLEntities::False}});
+    const std::string written = cfmeta_test::WrittenFormat(format);
+    EXPECT_EQ(
+        i % 2 ? tag + ">" + cfmeta_test::WrittenFormat(time) + "</" + XMLElements::DateFormat + ">"
+              : tag + "/>",
+        written);
+    EXPECT_EQ(Describe(format), Describe(Date(*Parse(written))));
   }
 
   // The empty format is written as a free-width one; an unknown style as D_M_Y.
   const Date odd(static_cast<Date::FormatType>(11), 8, 0, Sep::Slash, false, false);
   for (const Date& format : {Date(), odd}) {
-    CfExtension::CFXMLWrapper* created = nullptr;
-    format.AddToTree(*doc, created);
-    ASSERT_NE(nullptr, created);
+    auto doc = Parse(cfmeta_test::WrittenFormat(format));
     std::string type, width;
     bool found = false;
-    created->getAttribute(XMLAttributes::FormatType, type, found);
-    created->getAttribute(XMLAttributes::Width, width, found);
+    doc->getAttribute(XMLAttributes::FormatType, type, found);
+    doc->getAttribute(XMLAttributes::Width, width, found);
     EXPECT_EQ(format.GetWidth() == 0 ? XMLEntities::Y_M_D : XMLEntities::D_M_Y, type);
     EXPECT_EQ(format.GetWidth() == 0 ? "-1" : "8", width);
   }
 
   // A time part that cannot be written takes the date element with it.
   CfExtension::CFXMLWrapper nothing;
-  CfExtension::CFXMLWrapper* created = reinterpret_cast<CfExtension::CFXMLWrapper*>(1);
-  odd.AddToTree(nothing, created);
-  EXPECT_EQ(nullptr, created);
+  EXPECT_EQ("<none>", cfmeta_test::WrittenFormat(odd, &nothing));
 }
 
 TEST(CFDateFormatTest, DamagedElementReadsAsEmptyFormat) {

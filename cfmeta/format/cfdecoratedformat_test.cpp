@@ -143,12 +143,6 @@ TEST(CFDecoratedFormatTest, SetAffixesStoresOnlyPairsAgreeingOnALeadingZero) {
 }
 
 TEST(CFDecoratedFormatTest, WritesAttributesInOrderAndReadsThemBack) {
-  auto doc = cfmeta_test::NewDocument();
-  const char* aligns[] = {XMLEntities::Left, XMLEntities::Center, XMLEntities::Right,
-                          XMLEntities::Auto};
-  const char* decs[] = {XMLEntities::Period, XMLEntities::Comma, XMLEntities::Local};
-  const char* grps[] = {XMLEntities::None, XMLEntities::Period, XMLEntities::Comma,
-                        XMLEntities::Space, XMLEntities::Local};
   for (unsigned row = 0; row < 6; ++row) {
     SCOPED_TRACE(row);
     const auto type = static_cast<CFDecoratedFormat::FormatType>(row % 2);
@@ -163,16 +157,13 @@ TEST(CFDecoratedFormatTest, WritesAttributesInOrderAndReadsThemBack) {
     format.SetAffixes(affixes[0], affixes[1]);
     format.SetNegAffixes(affixes[2], affixes[3]);
     format.SetCustomCurrencyID(row);
-    CfExtension::CFXMLWrapper* created = nullptr;
-    format.AddToTree(*doc, created);
-    ASSERT_NE(nullptr, created);
 
     std::map<std::string, std::string> attributes = {
         {XMLAttributes::Name, format.GetName()},
         {XMLAttributes::Width, row % 3 ? "14" : "-1"},
-        {XMLAttributes::Alignment, aligns[row % 4]},
-        {XMLAttributes::DecimalSymbol, decs[row % 3]},
-        {XMLAttributes::GroupingSymbol, grps[row % 5]},
+        {XMLAttributes::Alignment, cfmeta_test::kAlignTexts[row % 4]},
+        {XMLAttributes::DecimalSymbol, cfmeta_test::kDecTexts[row % 3]},
+        {XMLAttributes::GroupingSymbol, cfmeta_test::kGrpTexts[row % 5]},
         {XMLAttributes::DecimalPlaces, std::to_string(row)},
         {XMLAttributes::FormatType, row % 2 ? XMLEntities::Percentage : XMLEntities::Currency}};
     const char* affixNames[] = {XMLAttributes::Prefix, XMLAttributes::Suffix,
@@ -182,13 +173,10 @@ TEST(CFDecoratedFormatTest, WritesAttributesInOrderAndReadsThemBack) {
     }
     if (row != 0) attributes[XMLAttributes::CustomCurrType] = std::to_string(row);
     // The serialiser orders attributes by name, so compare against the same order.
-    std::string expected = std::string("<") + XMLElements::DecoratedFormat;
-    for (const auto& attribute : attributes) {
-      expected += " " + attribute.first + "=\"" + cfmeta_test::Escape(attribute.second) + "\"";
-    }
-    EXPECT_EQ(expected + "/>", Serialise(*created));
+    const std::string written = cfmeta_test::WrittenFormat(format);
+    EXPECT_EQ(cfmeta_test::OpenTag(XMLElements::DecoratedFormat, attributes) + "/>", written);
 
-    const CFDecoratedFormat read(*created);
+    const CFDecoratedFormat read(*Parse(written));
     EXPECT_EQ(Describe(format), Describe(read));
     std::unique_ptr<CFFormat> clone(read.Clone());
     EXPECT_EQ('c', clone->GetFormatClass());
@@ -196,52 +184,38 @@ TEST(CFDecoratedFormatTest, WritesAttributesInOrderAndReadsThemBack) {
   }
 }
 
-// A complete element with each of `changes` applied: an attribute set to a value, or left
-// out when the value is null.
-std::string ElementWith(std::initializer_list<std::pair<std::string, const char*>> changes) {
-  std::vector<std::pair<std::string, std::string>> attributes = {
-      {XMLAttributes::Name, "f"},
-      {XMLAttributes::Width, "9"},
-      {XMLAttributes::FormatType, XMLEntities::Currency},
-      {XMLAttributes::DecimalPlaces, "2"},
-      {XMLAttributes::DecimalSymbol, XMLEntities::Period},
-      {XMLAttributes::GroupingSymbol, XMLEntities::Period},
-      {XMLAttributes::CustomCurrType, "1"}};
-  for (const auto& change : changes) {
-    auto it = attributes.begin();
-    while (it != attributes.end() && it->first != change.first) ++it;
-    if (it == attributes.end()) it = attributes.insert(it, {change.first, ""});
-    if (change.second == nullptr) {
-      attributes.erase(it);
-    } else {
-      it->second = change.second;
-    }
-  }
-  std::string xml = std::string("<") + XMLElements::DecoratedFormat;
-  for (const auto& attribute : attributes) {
-    xml += " " + attribute.first + "=\"" + cfmeta_test::Escape(attribute.second) + "\"";
-  }
-  return xml + "/>";
+const cfmeta_test::AttributeList kWhole = {{XMLAttributes::Name, "f"},
+                                           {XMLAttributes::Width, "9"},
+                                           {XMLAttributes::FormatType, XMLEntities::Currency},
+                                           {XMLAttributes::DecimalPlaces, "2"},
+                                           {XMLAttributes::DecimalSymbol, XMLEntities::Period},
+                                           {XMLAttributes::GroupingSymbol, XMLEntities::Period}};
+
+std::string Element(cfmeta_test::AttributeList attributes) {
+  return cfmeta_test::ElementOf(XMLElements::DecoratedFormat, attributes);
 }
 
 TEST(CFDecoratedFormatTest, ReadingTakesWhatTheSettersRefuse) {
   // No NegPrefix: a negative number loses its minus and gets only the prefix.
-  auto doc = Parse(ElementWith({{XMLAttributes::Width, "8"},
-                                {XMLAttributes::GroupingSymbol, XMLEntities::None},
-                                {XMLAttributes::Prefix, "$"},
-                                {XMLAttributes::CustomCurrType, nullptr}}));
-  const CFDecoratedFormat bare(*doc);
+  const CFDecoratedFormat bare(*Parse(Element({{XMLAttributes::Name, "f"},
+                                               {XMLAttributes::Width, "8"},
+                                               {XMLAttributes::FormatType, XMLEntities::Currency},
+                                               {XMLAttributes::DecimalPlaces, "2"},
+                                               {XMLAttributes::DecimalSymbol, XMLEntities::Period},
+                                               {XMLAttributes::GroupingSymbol, XMLEntities::None},
+                                               {XMLAttributes::Prefix, "$"}})));
   EXPECT_EQ("f|8|3|0|2|0|0|$||||0", Describe(bare));
   EXPECT_EQ("   $5.00", Render(bare, CFDatum(-5)));
 
   // A leading-zero mismatch and a currency identifier above the setter's bound both read.
-  doc = Parse(ElementWith({{XMLAttributes::Width, "8"},
-                           {XMLAttributes::FormatType, XMLEntities::Percentage},
-                           {XMLAttributes::DecimalPlaces, "0"},
-                           {XMLAttributes::GroupingSymbol, XMLEntities::None},
-                           {XMLAttributes::Prefix, "0x"},
-                           {XMLAttributes::CustomCurrType, "9"}}));
-  CFDecoratedFormat loose(*doc);
+  CFDecoratedFormat loose(*Parse(Element({{XMLAttributes::Name, "f"},
+                                          {XMLAttributes::Width, "8"},
+                                          {XMLAttributes::FormatType, XMLEntities::Percentage},
+                                          {XMLAttributes::DecimalPlaces, "0"},
+                                          {XMLAttributes::DecimalSymbol, XMLEntities::Period},
+                                          {XMLAttributes::GroupingSymbol, XMLEntities::None},
+                                          {XMLAttributes::Prefix, "0x"},
+                                          {XMLAttributes::CustomCurrType, "9"}})));
   EXPECT_EQ("f|8|3|1|0|0|0|0x||||9", Describe(loose));
   EXPECT_EQ("    0x42", Render(loose, CFDatum(42.0)));  // no multiplying by 100
   loose.SetCustomCurrencyID(6);
@@ -251,20 +225,15 @@ TEST(CFDecoratedFormatTest, ReadingTakesWhatTheSettersRefuse) {
 }
 
 TEST(CFDecoratedFormatTest, DamagedElementReadsAsEmptyFormat) {
-  const std::string rows[] = {
-      ElementWith({{XMLAttributes::FormatType, nullptr}}),
-      ElementWith({{XMLAttributes::FormatType, XMLEntities::Standard}}),  // a number format's type
-      ElementWith({{XMLAttributes::DecimalPlaces, nullptr}}),
-      ElementWith({{XMLAttributes::DecimalPlaces, "-2"}}),
-      ElementWith({{XMLAttributes::DecimalSymbol, nullptr}}),
-      ElementWith({{XMLAttributes::GroupingSymbol, nullptr}}),
-      ElementWith({{XMLAttributes::GroupingSymbol, XMLEntities::Colon}}),
-      ElementWith({{XMLAttributes::CustomCurrType, "-1"}}),
-      ElementWith({{XMLAttributes::CustomCurrType, "one"}}),
-      ElementWith({{XMLAttributes::CustomCurrType, "99999999999"}}),
-      ElementWith({{XMLAttributes::Width, "0"}}),
-      ElementWith({{XMLAttributes::Name, nullptr}}),
-  };
+  const std::vector<std::string> rows =
+      cfmeta_test::DamagedElements(XMLElements::DecoratedFormat, kWhole,
+                                   {{XMLAttributes::FormatType, XMLEntities::Standard},
+                                    {XMLAttributes::DecimalPlaces, "-2"},
+                                    {XMLAttributes::GroupingSymbol, XMLEntities::Colon},
+                                    {XMLAttributes::CustomCurrType, "-1"},
+                                    {XMLAttributes::CustomCurrType, "one"},
+                                    {XMLAttributes::CustomCurrType, "99999999999"},
+                                    {XMLAttributes::Width, "0"}});
   const std::string empty = Describe(CFDecoratedFormat());
   for (const std::string& xml : rows) {
     SCOPED_TRACE(xml);
@@ -272,11 +241,12 @@ TEST(CFDecoratedFormatTest, DamagedElementReadsAsEmptyFormat) {
     ASSERT_NE(nullptr, doc->getElement());
     EXPECT_EQ(empty, Describe(CFDecoratedFormat(*doc)));
   }
-  // The complete element reads, and so does one without the optional identifier.
-  auto doc = Parse(ElementWith({{XMLAttributes::Prefix, "$"}}));
-  EXPECT_EQ("f|9|3|0|2|0|1|$||||1", Describe(CFDecoratedFormat(*doc)));
-  doc = Parse(ElementWith({{XMLAttributes::CustomCurrType, nullptr}}));
-  EXPECT_EQ("f|9|3|0|2|0|1|||||0", Describe(CFDecoratedFormat(*doc)));
+  // The complete element reads, with or without the optional identifier.
+  cfmeta_test::AttributeList attributes = kWhole;
+  attributes.emplace_back(XMLAttributes::Prefix, "$");
+  EXPECT_EQ("f|9|3|0|2|0|1|$||||0", Describe(CFDecoratedFormat(*Parse(Element(attributes)))));
+  attributes.emplace_back(XMLAttributes::CustomCurrType, "1");
+  EXPECT_EQ("f|9|3|0|2|0|1|$||||1", Describe(CFDecoratedFormat(*Parse(Element(attributes)))));
 }
 
 TEST(CFDecoratedFormatTest, EmptyFormatHoldsNothing) {
@@ -289,13 +259,7 @@ TEST(CFDecoratedFormatTest, EmptyFormatHoldsNothing) {
   format.SetNegAffixes("(", ")");
   format.SetCustomCurrencyID(2);
   EXPECT_EQ("|0|3|0|0|0|0|||-||0", Describe(format));
-
-  auto doc = cfmeta_test::NewDocument();
-  const std::string before = Serialise(*doc);
-  CfExtension::CFXMLWrapper* created = reinterpret_cast<CfExtension::CFXMLWrapper*>(1);
-  format.AddToTree(*doc, created);
-  EXPECT_EQ(nullptr, created);
-  EXPECT_EQ(before, Serialise(*doc));
+  EXPECT_EQ("<none>", cfmeta_test::WrittenFormat(format));
 
   // Reset with a width of 0 changes nothing; with another width it clears every setting.
   CFDecoratedFormat full = Make(12, 2, "$", "", "(", ")", GrpSym::Comma);

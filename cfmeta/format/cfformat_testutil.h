@@ -2,15 +2,18 @@
 #ifndef CFMETA_FORMAT_CFFORMAT_TESTUTIL_H_
 #define CFMETA_FORMAT_CFFORMAT_TESTUTIL_H_
 
+#include <gtest/gtest.h>
 #include <unicode/locid.h>
 
 #include <map>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "cfmeta/field/cfdatum.h"
 #include "cfmeta/format/cfformat.h"
+#include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/xml/cfxml_testutil.h"
 
 namespace cfmeta_test {
@@ -32,6 +35,41 @@ inline std::string OpenTag(const std::string& name,
     tag += " " + attribute.first + "=\"" + Escape(attribute.second) + "\"";
   }
   return tag;
+}
+
+// The entity texts of the alignments, decimal symbols, grouping symbols and units separators,
+// indexed by their enumerators.
+inline const char* const kAlignTexts[] = {
+    CfCppHelperV1::XMLEntities::Left, CfCppHelperV1::XMLEntities::Center,
+    CfCppHelperV1::XMLEntities::Right, CfCppHelperV1::XMLEntities::Auto};
+inline const char* const kDecTexts[] = {CfCppHelperV1::XMLEntities::Period,
+                                        CfCppHelperV1::XMLEntities::Comma,
+                                        CfCppHelperV1::XMLEntities::Local};
+inline const char* const kGrpTexts[] = {
+    CfCppHelperV1::XMLEntities::None, CfCppHelperV1::XMLEntities::Period,
+    CfCppHelperV1::XMLEntities::Comma, CfCppHelperV1::XMLEntities::Space,
+    CfCppHelperV1::XMLEntities::Local};
+inline const char* const kSepTexts[] = {
+    CfCppHelperV1::XMLEntities::None,  CfCppHelperV1::XMLEntities::Period,
+    CfCppHelperV1::XMLEntities::Comma, CfCppHelperV1::XMLEntities::Space,
+    CfCppHelperV1::XMLEntities::Colon, CfCppHelperV1::XMLEntities::Dash,
+    CfCppHelperV1::XMLEntities::Slash};
+
+// The element `format` writes under `parent` (a fresh root when null), or "<none>" when it
+// writes nothing; a write that creates nothing must leave `parent` as it was.
+inline std::string WrittenFormat(const CFFormat& format,
+                                 CfExtension::CFXMLWrapper* parent = nullptr) {
+  std::unique_ptr<CfExtension::CFXMLWrapper> doc;
+  if (parent == nullptr) {
+    doc = NewDocument();
+    parent = doc.get();
+  }
+  const std::string before = parent->getElement() != nullptr ? Serialise(*parent) : "";
+  CfExtension::CFXMLWrapper* created = reinterpret_cast<CfExtension::CFXMLWrapper*>(1);
+  format.AddToTree(*parent, created);
+  if (created != nullptr) return Serialise(*created);
+  EXPECT_EQ(before, parent->getElement() != nullptr ? Serialise(*parent) : "");
+  return "<none>";
 }
 
 typedef std::vector<std::pair<std::string, std::string>> AttributeList;

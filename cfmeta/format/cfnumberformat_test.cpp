@@ -47,76 +47,44 @@ std::string Describe(const CFNumberFormat& format) {
 }
 
 TEST(CFNumberFormatTest, WritesAttributesInOrderAndReadsThemBack) {
-  auto doc = cfmeta_test::NewDocument();
   for (unsigned type = 0; type < 12; ++type) {
     SCOPED_TRACE(type);
     CFNumberFormat format(static_cast<CFNumberFormat::FormatType>(type), type % 2 ? -1 : 14, type);
     format.SetName("n&" + std::to_string(type));
     format.SetAlignment(static_cast<CFFormat::Alignment>(type % 4));
     format.SetSeparators(static_cast<DecSym>(type % 3), static_cast<GrpSym>(type % 5));
-    CfExtension::CFXMLWrapper* created = nullptr;
-    format.AddToTree(*doc, created);
-    ASSERT_NE(nullptr, created);
-
-    const char* aligns[] = {XMLEntities::Left, XMLEntities::Center, XMLEntities::Right,
-                            XMLEntities::Auto};
-    const char* decs[] = {XMLEntities::Period, XMLEntities::Comma, XMLEntities::Local};
-    const char* grps[] = {XMLEntities::None, XMLEntities::Period, XMLEntities::Comma,
-                          XMLEntities::Space, XMLEntities::Local};
     // The serialiser orders attributes by name, so compare against the same order.
-    const std::map<std::string, std::string> attributes = {
-        {XMLAttributes::Name, format.GetName()},
-        {XMLAttributes::Width, type % 2 ? "-1" : "14"},
-        {XMLAttributes::Alignment, aligns[type % 4]},
-        {XMLAttributes::DecimalSymbol, decs[type % 3]},
-        {XMLAttributes::GroupingSymbol, grps[type % 5]},
-        {XMLAttributes::DecimalPlaces, std::to_string(type)},
-        {XMLAttributes::FormatType, CFNumberFormat::gFmtTypeDict[type].second}};
-    std::string expected = cfmeta_test::OpenTag(XMLElements::NumberFormat, attributes);
-    EXPECT_EQ(expected + "/>", Serialise(*created));
-
-    CFNumberFormat read(*created);
-    EXPECT_EQ(Describe(format), Describe(read));
+    const std::string written = cfmeta_test::WrittenFormat(format);
+    EXPECT_EQ(cfmeta_test::OpenTag(
+                  XMLElements::NumberFormat,
+                  {{XMLAttributes::Name, format.GetName()},
+                   {XMLAttributes::Width, type % 2 ? "-1" : "14"},
+                   {XMLAttributes::Alignment, cfmeta_test::kAlignTexts[type % 4]},
+                   {XMLAttributes::DecimalSymbol, cfmeta_test::kDecTexts[type % 3]},
+                   {XMLAttributes::GroupingSymbol, cfmeta_test::kGrpTexts[type % 5]},
+                   {XMLAttributes::DecimalPlaces, std::to_string(type)},
+                   {XMLAttributes::FormatType, CFNumberFormat::gFmtTypeDict[type].second}}) +
+                  "/>",
+              written);
+    EXPECT_EQ(Describe(format), Describe(CFNumberFormat(*Parse(written))));
   }
 }
 
 TEST(CFNumberFormatTest, DamagedElementReadsAsEmptyFormat) {
-  const std::string name = XMLAttributes::Name;
-  const std::string width = XMLAttributes::Width;
-  const std::string type = XMLAttributes::FormatType;
-  const std::string places = XMLAttributes::DecimalPlaces;
-  const std::string dec = XMLAttributes::DecimalSymbol;
-  const std::string grp = XMLAttributes::GroupingSymbol;
-  const std::string sci = XMLEntities::Scientific;
-  const std::string comma = XMLEntities::Comma;
-  const char* element = XMLElements::NumberFormat;
-  const std::string rows[] = {
-      MakeElement(element, {{name, "f"}, {width, "9"}, {type, sci}, {places, "2"}, {grp, comma}}),
-      MakeElement(element, {{name, "f"}, {width, "9"}, {type, sci}, {places, "2"}, {dec, comma}}),
-      MakeElement(element, {{name, "f"}, {width, "9"}, {places, "2"}, {dec, comma}, {grp, comma}}),
-      MakeElement(
-          element,
-          {{name, "f"}, {width, "9"}, {type, "x"}, {places, "2"}, {dec, comma}, {grp, comma}}),
-      MakeElement(element, {{name, "f"}, {width, "9"}, {type, sci}, {dec, comma}, {grp, comma}}),
-      MakeElement(
-          element,
-          {{name, "f"}, {width, "9"}, {type, sci}, {places, "-1"}, {dec, comma}, {grp, comma}}),
-      MakeElement(
-          element,
-          {{name, "f"}, {width, "9"}, {type, sci}, {places, "2.5"}, {dec, comma}, {grp, comma}}),
-      MakeElement(
-          element,
-          {{name, "f"}, {width, "0"}, {type, sci}, {places, "2"}, {dec, comma}, {grp, comma}}),
-      MakeElement(element, {{width, "9"}, {type, sci}, {places, "2"}, {dec, comma}, {grp, comma}}),
-      MakeElement(element,
-                  {{name, "f"}, {width, "9"}, {type, sci}, {places, "2"}, {dec, ""}, {grp, comma}}),
-      MakeElement(element, {{name, "f"},
-                            {width, "9"},
-                            {type, sci},
-                            {places, "2"},
-                            {dec, comma},
-                            {grp, XMLEntities::Colon}}),
-  };
+  const cfmeta_test::AttributeList whole = {{XMLAttributes::Name, "f"},
+                                            {XMLAttributes::Width, "9"},
+                                            {XMLAttributes::FormatType, XMLEntities::Scientific},
+                                            {XMLAttributes::DecimalPlaces, "2"},
+                                            {XMLAttributes::DecimalSymbol, XMLEntities::Comma},
+                                            {XMLAttributes::GroupingSymbol, XMLEntities::Comma}};
+  const std::vector<std::string> rows =
+      cfmeta_test::DamagedElements(XMLElements::NumberFormat, whole,
+                                   {{XMLAttributes::FormatType, "x"},
+                                    {XMLAttributes::DecimalPlaces, "-1"},
+                                    {XMLAttributes::DecimalPlaces, "2.5"},
+                                    {XMLAttributes::Width, "0"},
+                                    {XMLAttributes::DecimalSymbol, ""},
+                                    {XMLAttributes::GroupingSymbol, XMLEntities::Colon}});
   const std::string empty = Describe(CFNumberFormat());
   for (const std::string& xml : rows) {
     SCOPED_TRACE(xml);
@@ -129,15 +97,12 @@ TEST(CFNumberFormatTest, DamagedElementReadsAsEmptyFormat) {
   // A wrapper without an element reads as empty and takes no element.
   CfExtension::CFXMLWrapper nothing;
   EXPECT_EQ(empty, Describe(CFNumberFormat(nothing)));
-  CfExtension::CFXMLWrapper* created = reinterpret_cast<CfExtension::CFXMLWrapper*>(1);
-  CFNumberFormat(CFNumberFormat::Standard, 8, 2).AddToTree(nothing, created);
-  EXPECT_EQ(nullptr, created);
-
+  EXPECT_EQ("<none>",
+            cfmeta_test::WrittenFormat(CFNumberFormat(CFNumberFormat::Standard, 8, 2), &nothing));
   // The same element with everything present reads.
-  auto doc = Parse(MakeElement(
-      element,
-      {{name, "f"}, {width, "9"}, {type, sci}, {places, "2"}, {dec, comma}, {grp, comma}}));
-  EXPECT_EQ("f|9|3|1|2|1|2", Describe(CFNumberFormat(*doc)));
+  EXPECT_EQ(
+      "f|9|3|1|2|1|2",
+      Describe(CFNumberFormat(*Parse(cfmeta_test::ElementOf(XMLElements::NumberFormat, whole)))));
 }
 
 TEST(CFNumberFormatTest, EmptyFormatHoldsNothing) {
@@ -148,14 +113,7 @@ TEST(CFNumberFormatTest, EmptyFormatHoldsNothing) {
   format.SetWidthDecimals(8, 2);
   format.SetSeparators(DecSym::Comma, GrpSym::Comma);
   EXPECT_EQ("|0|3|0|0|0|0", Describe(format));
-
-  auto doc = cfmeta_test::NewDocument();
-  const std::string before = Serialise(*doc);
-  CfExtension::CFXMLWrapper* created = reinterpret_cast<CfExtension::CFXMLWrapper*>(1);
-  format.AddToTree(*doc, created);
-  EXPECT_EQ(nullptr, created);
-  EXPECT_EQ(before, Serialise(*doc));
-
+  EXPECT_EQ("<none>", cfmeta_test::WrittenFormat(format));
   EXPECT_EQ("<failed 1>", Render(format, CFDatum(1.5)));
   EXPECT_EQ(".", Render(format, CFDatum()));
 

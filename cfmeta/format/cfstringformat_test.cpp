@@ -4,8 +4,10 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "cfmeta/field/cfdatum.h"
+#include "cfmeta/format/cfformat_testutil.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/xml/cfxml_testutil.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
@@ -63,37 +65,35 @@ TEST(CFStringFormatTest, OnlyFreeWidthRendersText) {
 }
 
 TEST(CFStringFormatTest, WritesAttributesInOrderAndReadsThemBack) {
-  auto doc = cfmeta_test::NewDocument();
   struct Row {
     int width;
     bool hex;
     CFFormat::Alignment align;
     const char* widthText;
-    const char* alignText;
   } rows[] = {
-      {-1, false, CFFormat::Auto, "-1", XMLEntities::Auto},
-      {12, true, CFFormat::Left, "12", XMLEntities::Left},
-      {-7, true, CFFormat::Center, "-1", XMLEntities::Center},
+      {-1, false, CFFormat::Auto, "-1"},
+      {12, true, CFFormat::Left, "12"},
+      {-7, true, CFFormat::Center, "-1"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.widthText);
     CFStringFormat format(row.width, row.hex);
     format.SetName("s&\"1");
     format.SetAlignment(row.align);
-    CfExtension::CFXMLWrapper* created = nullptr;
-    format.AddToTree(*doc, created);
-    ASSERT_NE(nullptr, created);
     // The serialiser orders attributes by name.
-    const std::string expected =
-        std::string("<") + XMLElements::StringFormat + " " + XMLAttributes::Alignment + "=\"" +
-        row.alignText + "\" " + XMLAttributes::Hexadecimal + "=\"" +
-        (row.hex ? XMLEntities::True : XMLEntities::False) + "\" " + XMLAttributes::Name +
-        "=\"s&amp;&quot;1\" " + XMLAttributes::Width + "=\"" + row.widthText + "\"/>";
-    EXPECT_EQ(expected, Serialise(*created));
+    const std::string written = cfmeta_test::WrittenFormat(format);
+    EXPECT_EQ(cfmeta_test::OpenTag(
+                  XMLElements::StringFormat,
+                  {{XMLAttributes::Alignment, cfmeta_test::kAlignTexts[row.align]},
+                   {XMLAttributes::Hexadecimal, row.hex ? XMLEntities::True : XMLEntities::False},
+                   {XMLAttributes::Name, "s&\"1"},
+                   {XMLAttributes::Width, row.widthText}}) +
+                  "/>",
+              written);
 
-    const CFStringFormat read(*created);
-    EXPECT_EQ("s&\"1|" + std::string(row.width < 0 ? "-1" : row.widthText) + "|" +
-                  std::to_string(row.align) + "|" + (row.hex ? "hex" : "plain"),
+    const CFStringFormat read(*Parse(written));
+    EXPECT_EQ("s&\"1|" + std::string(row.widthText) + "|" + std::to_string(row.align) + "|" +
+                  (row.hex ? "hex" : "plain"),
               Describe(read));
     std::unique_ptr<CFFormat> clone(read.Clone());
     EXPECT_EQ('s', clone->GetFormatClass());
@@ -102,19 +102,14 @@ TEST(CFStringFormatTest, WritesAttributesInOrderAndReadsThemBack) {
 }
 
 TEST(CFStringFormatTest, DamagedElementReadsAsEmptyFormat) {
-  const std::string name = XMLAttributes::Name;
-  const std::string width = XMLAttributes::Width;
-  const std::string hex = XMLAttributes::Hexadecimal;
   const char* element = XMLElements::StringFormat;
-  const std::string rows[] = {
-      MakeElement(element, {{name, "s"}, {width, "-1"}, {hex, "yes"}}),
-      MakeElement(element, {{name, "s"}, {width, "-1"}, {hex, ""}}),
-      MakeElement(element, {{name, "s"}, {width, "-1"}, {hex, "TRUE"}}),
-      MakeElement(element, {{name, "s"}, {width, "0"}, {hex, XMLEntities::True}}),
-      MakeElement(element, {{name, "s"}, {width, "wide"}}),
-      MakeElement(element, {{name, "s"}}),
-      MakeElement(element, {{width, "-1"}, {hex, XMLEntities::True}}),
-  };
+  const std::vector<std::string> rows = cfmeta_test::DamagedElements(
+      element, {{XMLAttributes::Name, "s"}, {XMLAttributes::Width, "-1"}},
+      {{XMLAttributes::Hexadecimal, "yes"},
+       {XMLAttributes::Hexadecimal, ""},
+       {XMLAttributes::Hexadecimal, "TRUE"},
+       {XMLAttributes::Width, "0"},
+       {XMLAttributes::Width, "wide"}});
   const std::string empty = Describe(CFStringFormat());
   for (const std::string& xml : rows) {
     SCOPED_TRACE(xml);
@@ -123,7 +118,8 @@ TEST(CFStringFormatTest, DamagedElementReadsAsEmptyFormat) {
     EXPECT_EQ(empty, Describe(CFStringFormat(*doc)));
   }
   // Hexadecimal and Alignment are optional.
-  auto doc = Parse(MakeElement(element, {{name, "s"}, {width, "-3"}}));
+  auto doc =
+      Parse(MakeElement(element, {{XMLAttributes::Name, "s"}, {XMLAttributes::Width, "-3"}}));
   EXPECT_EQ("s|-1|3|plain", Describe(CFStringFormat(*doc)));
 }
 
@@ -133,13 +129,7 @@ TEST(CFStringFormatTest, EmptyFormatHoldsNothing) {
   format.SetAlignment(CFFormat::Right);
   format.Reset(0, true);
   EXPECT_EQ(Describe(CFStringFormat()), Describe(format));
-
-  auto doc = cfmeta_test::NewDocument();
-  const std::string before = Serialise(*doc);
-  CfExtension::CFXMLWrapper* created = reinterpret_cast<CfExtension::CFXMLWrapper*>(1);
-  format.AddToTree(*doc, created);
-  EXPECT_EQ(nullptr, created);
-  EXPECT_EQ(before, Serialise(*doc));
+  EXPECT_EQ("<none>", cfmeta_test::WrittenFormat(format));
 
   // Reset clears the name and alignment but never empties a format.
   CFStringFormat full(-1, false);

@@ -133,62 +133,48 @@ TEST(CFTimeFormatTest, RefusesWhatItCannotRender) {
 TEST(CFTimeFormatTest, WritesAttributesInOrderAndReadsThemBack) {
   const char* types[] = {XMLEntities::H_M, XMLEntities::H_M_S, XMLEntities::M_S,
                          XMLEntities::D_H_M_S};
-  const char* separators[] = {XMLEntities::None,  XMLEntities::Period, XMLEntities::Comma,
-                              XMLEntities::Space, XMLEntities::Colon,  XMLEntities::Dash,
-                              XMLEntities::Slash};
-  const char* aligns[] = {XMLEntities::Left, XMLEntities::Center, XMLEntities::Right,
-                          XMLEntities::Auto};
-  auto doc = cfmeta_test::NewDocument();
   for (unsigned i = 0; i < 8; ++i) {
     SCOPED_TRACE(i);
     const auto type = static_cast<CFTimeFormat::FormatType>(i % 4);
     CFTimeFormat format(type, i % 3 ? 12 : -1, i, static_cast<Sep>(i % 7), i % 2 == 0);
     format.SetName("t<" + std::to_string(i));
     format.SetAlignment(static_cast<CFFormat::Alignment>((i + 1) % 4));
-    CfExtension::CFXMLWrapper* created = nullptr;
-    format.AddToTree(*doc, created);
-    ASSERT_NE(nullptr, created);
-
     // The serialiser orders attributes by name, so compare against the same order.
-    const std::map<std::string, std::string> attributes = {
-        {XMLAttributes::Name, format.GetName()},
-        {XMLAttributes::Width, i % 3 ? "12" : "-1"},
-        {XMLAttributes::Alignment, aligns[(i + 1) % 4]},
-        {XMLAttributes::Separator, separators[i % 7]},
-        {XMLAttributes::DecimalPlaces, std::to_string(i)},
-        {XMLAttributes::FormatType, types[i % 4]},
-        {XMLAttributes::PaddedHMS, i % 2 == 0 ? XMLEntities::True : XMLEntities::False}};
-    std::string expected = cfmeta_test::OpenTag(XMLElements::TimeFormat, attributes);
-    EXPECT_EQ(expected + "/>", Serialise(*created));
-    EXPECT_EQ(Describe(format), Describe(CFTimeFormat(*created)));
+    const std::string written = cfmeta_test::WrittenFormat(format);
+    EXPECT_EQ(
+        cfmeta_test::OpenTag(
+            XMLElements::TimeFormat,
+            {{XMLAttributes::Name, format.GetName()},
+             {XMLAttributes::Width, i % 3 ? "12" : "-1"},
+             {XMLAttributes::Alignment, cfmeta_test::kAlignTexts[(i + 1) % 4]},
+             {XMLAttributes::Separator, cfmeta_test::kSepTexts[i % 7]},
+             {XMLAttributes::DecimalPlaces, std::to_string(i)},
+             {XMLAttributes::FormatType, types[i % 4]},
+             {XMLAttributes::PaddedHMS, i % 2 == 0 ? XMLEntities::True : XMLEntities::False}}) +
+            "/>",
+        written);
+    EXPECT_EQ(Describe(format), Describe(CFTimeFormat(*Parse(written))));
   }
 
   // The empty format is written too, as a free-width one; an unknown style as H_M_S; the
   // Local separator as its own text, although that text reads back as Colon.
   CFTimeFormat odd(static_cast<CFTimeFormat::FormatType>(7), 5, 0, Sep::Local, true);
   for (const CFTimeFormat& format : {CFTimeFormat(), odd}) {
-    CfExtension::CFXMLWrapper* created = nullptr;
-    format.AddToTree(*doc, created);
-    ASSERT_NE(nullptr, created);
+    auto doc = Parse(cfmeta_test::WrittenFormat(format));
     std::string type, width, separator;
     bool found = false;
-    created->getAttribute(XMLAttributes::FormatType, type, found);
-    created->getAttribute(XMLAttributes::Width, width, found);
-    created->getAttribute(XMLAttributes::Separator, separator, found);
+    doc->getAttribute(XMLAttributes::FormatType, type, found);
+    doc->getAttribute(XMLAttributes::Width, width, found);
+    doc->getAttribute(XMLAttributes::Separator, separator, found);
     EXPECT_EQ(XMLEntities::H_M_S, type);
     EXPECT_EQ(format.GetWidth() == 0 ? "-1" : "5", width);
     EXPECT_EQ(format.GetWidth() == 0 ? XMLEntities::None : XMLEntities::Local, separator);
   }
-  CfExtension::CFXMLWrapper* created = nullptr;
-  odd.AddToTree(*doc, created);
-  ASSERT_NE(nullptr, created);
-  EXPECT_EQ("|5|3|1|0|4|1", Describe(CFTimeFormat(*created)));
+  EXPECT_EQ("|5|3|1|0|4|1", Describe(CFTimeFormat(*Parse(cfmeta_test::WrittenFormat(odd)))));
 
   // A wrapper without an element takes nothing.
   CfExtension::CFXMLWrapper nothing;
-  created = reinterpret_cast<CfExtension::CFXMLWrapper*>(1);
-  odd.AddToTree(nothing, created);
-  EXPECT_EQ(nullptr, created);
+  EXPECT_EQ("<none>", cfmeta_test::WrittenFormat(odd, &nothing));
 }
 
 TEST(CFTimeFormatTest, DamagedElementReadsAsEmptyFormat) {

@@ -2,6 +2,8 @@
 #ifndef CFMETA_PRINTABLE_CFPRINTABLE_TESTUTIL_H_
 #define CFMETA_PRINTABLE_CFPRINTABLE_TESTUTIL_H_
 
+#include <gtest/gtest.h>
+
 #include <memory>
 #include <string>
 
@@ -10,12 +12,16 @@
 
 namespace cfmeta_test {
 
-// The element `printable` writes under a fresh root, or "<none>" when it creates nothing.
+// The element `printable` writes under a fresh root, or "<none>" when it creates nothing; a
+// write that creates nothing must leave the root as it was.
 inline std::string Written(const CFPrintable& printable) {
   std::unique_ptr<CfExtension::CFXMLWrapper> doc = NewDocument();
-  CfExtension::CFXMLWrapper* created = nullptr;
+  const std::string before = Serialise(*doc);
+  CfExtension::CFXMLWrapper* created = reinterpret_cast<CfExtension::CFXMLWrapper*>(1);
   printable.AddToTree(*doc, created);
-  return created == nullptr ? "<none>" : Serialise(*created);
+  if (created != nullptr) return Serialise(*created);
+  EXPECT_EQ(before, Serialise(*doc));
+  return "<none>";
 }
 
 // What the factory makes of `xml`; `matched` as it leaves it.

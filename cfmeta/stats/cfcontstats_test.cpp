@@ -8,6 +8,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cfmeta/vocab/cfvocabulary.h"
@@ -18,7 +19,6 @@
 namespace {
 
 using CfExtension::CFXMLWrapper;
-using cfmeta_test::MakeElement;
 using cfmeta_test::NewDocument;
 using cfmeta_test::Parse;
 using cfmeta_test::Serialise;
@@ -34,10 +34,13 @@ std::string Written(const CFContStats& stats) {
   return created != nullptr ? Serialise(*created) : "(nothing)";
 }
 
+using AttributeList = std::vector<std::pair<std::string, std::string>>;
+
 // The element as the serialiser writes it (which settles the attribute order itself).
-std::string Continuous(std::initializer_list<std::pair<std::string, std::string>> attributes) {
-  std::unique_ptr<CFXMLWrapper> doc =
-      Parse(MakeElement(XMLElements::ContinuousStatistics, attributes));
+std::string Continuous(const AttributeList& attributes) {
+  std::string xml = "<" + std::string(XMLElements::ContinuousStatistics);
+  for (const auto& a : attributes) xml += " " + a.first + "=\"" + a.second + "\"";
+  std::unique_ptr<CFXMLWrapper> doc = Parse(xml + "/>");
   return Serialise(CFXMLWrapper(doc->getElement()));
 }
 
@@ -201,20 +204,16 @@ TEST(CFContStatsTest, ExactExtremaOnlyBeyondDoublePrecision) {
 // A valid element with `changes` applied, as the serialiser writes it: a change replaces or
 // adds an attribute, and an empty value removes it.
 std::string Changed(std::initializer_list<std::pair<const char*, std::string>> changes) {
-  std::vector<std::pair<std::string, std::string>> attributes = {
-      {XMLAttributes::SumFreqWts, "3"}, {XMLAttributes::SumCompWts, "3"},
-      {XMLAttributes::Minimum, "1"},    {XMLAttributes::Maximum, "4.5"},
-      {XMLAttributes::Mean, "2"},       {XMLAttributes::Variance, "1"}};
+  AttributeList attributes = {{XMLAttributes::SumFreqWts, "3"}, {XMLAttributes::SumCompWts, "3"},
+                              {XMLAttributes::Minimum, "1"},    {XMLAttributes::Maximum, "4.5"},
+                              {XMLAttributes::Mean, "2"},       {XMLAttributes::Variance, "1"}};
   for (const auto& change : changes) {
     auto it = std::find_if(attributes.begin(), attributes.end(),
                            [&change](const auto& a) { return a.first == change.first; });
     if (it != attributes.end()) attributes.erase(it);
     if (!change.second.empty()) attributes.emplace_back(change.first, change.second);
   }
-  std::string xml = "<" + std::string(XMLElements::ContinuousStatistics);
-  for (const auto& a : attributes) xml += " " + a.first + "=\"" + a.second + "\"";
-  std::unique_ptr<CFXMLWrapper> doc = Parse(xml + "/>");
-  return Serialise(CFXMLWrapper(doc->getElement()));
+  return Continuous(attributes);
 }
 
 // Both readers apply one set of rules: each row reads the same through either.

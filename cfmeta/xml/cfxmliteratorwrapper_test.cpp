@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -33,8 +32,6 @@ std::vector<std::string> Drain(CFXMLIteratorWrapper* it, bool deleteEach = false
   return seen;
 }
 
-using MakeIterator = std::function<int(CFXMLWrapper&, CFXMLIteratorWrapper**)>;
-
 const char kTree[] =
     "<Root>"
     "<A id='a1'><B id='b-in-a'/></A>"
@@ -45,49 +42,38 @@ const char kTree[] =
     "<A id='a2'/>"
     "</Root>";
 
-// An iterator over a fresh copy of kTree, which `doc` then holds; null when it cannot be made.
-CFXMLIteratorWrapper* OverTree(std::unique_ptr<CFXMLWrapper>& doc, const MakeIterator& make) {
+// An element iterator over a fresh copy of kTree, which `doc` then holds: over the direct
+// children when `direct`, else over the subtree; null when it cannot be made.
+CFXMLIteratorWrapper* OverTree(std::unique_ptr<CFXMLWrapper>& doc, bool direct, const char* name) {
   doc = Parse(kTree);
   CFXMLIteratorWrapper* it = nullptr;
-  if (doc->getElement() == nullptr || make(*doc, &it) != 0) return nullptr;
-  return it;
+  if (doc->getElement() == nullptr) return nullptr;
+  const int rc =
+      direct ? doc->getElementDirectIterator(name, &it) : doc->getElementIterator(name, &it);
+  return rc == 0 ? it : nullptr;
 }
 
 TEST(CFXMLIteratorWrapperTest, EachKindVisitsWhatItShould) {
   struct Row {
     const char* what;
-    MakeIterator make;
+    bool direct;
+    const char* name;
     std::vector<std::string> expected;
   } rows[] = {
-      {"direct, named",
-       [](CFXMLWrapper& w, CFXMLIteratorWrapper** it) {
-         return w.getElementDirectIterator("B", it);
-       },
-       {"b1", "b2"}},
-      {"direct, any name",
-       [](CFXMLWrapper& w, CFXMLIteratorWrapper** it) {
-         return w.getElementDirectIterator("", it);
-       },
-       {"a1", "b1", "b2", "a2"}},
+      {"direct, named", true, "B", {"b1", "b2"}},
+      {"direct, any name", true, "", {"a1", "b1", "b2", "a2"}},
       {"subtree, named: any depth, document order",
-       [](CFXMLWrapper& w, CFXMLIteratorWrapper** it) { return w.getElementIterator("B", it); },
+       false,
+       "B",
        {"b-in-a", "b1", "b1.1", "b1.1.1", "b1.2", "b2"}},
-      {"subtree, empty name: direct children only",
-       [](CFXMLWrapper& w, CFXMLIteratorWrapper** it) { return w.getElementIterator("", it); },
-       {"a1", "b1", "b2", "a2"}},
-      {"no match",
-       [](CFXMLWrapper& w, CFXMLIteratorWrapper** it) { return w.getElementIterator("Bee", it); },
-       {}},
-      {"a prefix is no match",
-       [](CFXMLWrapper& w, CFXMLIteratorWrapper** it) {
-         return w.getElementDirectIterator("Ro", it);
-       },
-       {}},
+      {"subtree, empty name: direct children only", false, "", {"a1", "b1", "b2", "a2"}},
+      {"no match", false, "Bee", {}},
+      {"a prefix is no match", true, "Ro", {}},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.what);
     std::unique_ptr<CFXMLWrapper> doc;
-    CFXMLIteratorWrapper* it = OverTree(doc, row.make);
+    CFXMLIteratorWrapper* it = OverTree(doc, row.direct, row.name);
     ASSERT_NE(nullptr, it);
     EXPECT_EQ(CFXMLIteratorWrapper::Elements, it->getFilter());
     int more = -1;
@@ -123,30 +109,32 @@ TEST(CFXMLIteratorWrapperTest, TextIteratorYieldsDirectTextAsUTF8) {
 TEST(CFXMLIteratorWrapperTest, DeletingEachItemStillVisitsAll) {
   struct Row {
     const char* what;
-    MakeIterator make;
+    bool direct;
+    const char* name;
     std::vector<std::string> expected;
     const char* left;  // the serialised root afterwards
   } rows[] = {
       {"direct",
-       [](CFXMLWrapper& w, CFXMLIteratorWrapper** it) {
-         return w.getElementDirectIterator("B", it);
-       },
+       true,
+       "B",
        {"b1", "b2"},
        "<Root><A id=\"a1\"><B id=\"b-in-a\"/></A>text one<!-- a comment --><A id=\"a2\"/></Root>"},
       {"direct, any name",
-       [](CFXMLWrapper& w, CFXMLIteratorWrapper** it) { return w.getElementIterator("", it); },
+       false,
+       "",
        {"a1", "b1", "b2", "a2"},
        "<Root>text one<!-- a comment --></Root>"},
       // Deleting b1 takes b1.1 and b1.2 with it; the walk goes on after b1.
       {"subtree",
-       [](CFXMLWrapper& w, CFXMLIteratorWrapper** it) { return w.getElementIterator("B", it); },
+       false,
+       "B",
        {"b-in-a", "b1", "b2"},
        "<Root><A id=\"a1\"/>text one<!-- a comment --><A id=\"a2\"/></Root>"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.what);
     std::unique_ptr<CFXMLWrapper> doc;
-    CFXMLIteratorWrapper* it = OverTree(doc, row.make);
+    CFXMLIteratorWrapper* it = OverTree(doc, row.direct, row.name);
     ASSERT_NE(nullptr, it);
     EXPECT_EQ(CfExtension::kXMLBadArgument, it->deleteItem());  // nothing handed out yet
     EXPECT_EQ(row.expected, Drain(it, true));
