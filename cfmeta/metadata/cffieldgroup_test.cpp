@@ -8,6 +8,7 @@
 
 #include "cfmeta/format/cfformat_testutil.h"
 #include "cfmeta/metadata/cfmetadata.h"
+#include "cfmeta/metadata/cfmetadata_testutil.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/xml/cfxml_testutil.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
@@ -47,21 +48,6 @@ std::string Group(const char* type, const char* name, const std::string& childre
 }
 
 // Every group of every type as one line each, in type order then list order.
-std::string ListGroups(const CFMetaData& meta) {
-  std::string text;
-  for (CFMetaData::GroupType type : {CFMetaData::PlainGroup, CFMetaData::MultiCategorySet,
-                                     CFMetaData::MultiDichotomySet, CFMetaData::SplitGroup}) {
-    std::string name, label, counted;
-    std::vector<std::string> fields;
-    for (unsigned int i = 0; meta.GetFieldGroup(type, i, name, fields, label, counted); ++i) {
-      text += std::to_string(type) + " " + name + " [" + label + "] [" + counted + "]";
-      for (const std::string& field : fields) text += " " + field;
-      text += "\n";
-    }
-  }
-  return text;
-}
-
 TEST(CFFieldGroupTest, WritesTypeNameOptionalTextsAndMembers) {
   struct Row {
     CFMetaData::GroupType type;
@@ -121,7 +107,7 @@ TEST(CFFieldGroupTest, DamagedGroupFailsTheLoad) {
     SCOPED_TRACE(groups);
     CFMetaData meta(Document(Groups(groups)), nullptr);
     EXPECT_EQ(0u, meta.FieldCount());
-    EXPECT_EQ("", ListGroups(meta));
+    EXPECT_EQ("", cfmeta_test::DescribeGroups(meta));
   }
 }
 
@@ -142,7 +128,7 @@ TEST(CFFieldGroupTest, GroupsSurviveExportAndLoad) {
       "0  [] [] car\n"
       "2 Owns [Owned \"items\"] [1] car bike\n"
       "2 Uses [] [] bus\n";
-  EXPECT_EQ(expected, ListGroups(meta));
+  EXPECT_EQ(expected, cfmeta_test::DescribeGroups(meta));
 
   std::string exported;
   ASSERT_TRUE(meta.ExportXMLDoc(exported));
@@ -152,7 +138,7 @@ TEST(CFFieldGroupTest, GroupsSurviveExportAndLoad) {
   EXPECT_LT(groups, exported.find(std::string("<") + XMLElements::Fields + " "));
   EXPECT_LT(exported.find("Owns"), exported.find("Uses"));
   CFMetaData reloaded(exported, nullptr);
-  EXPECT_EQ(expected, ListGroups(reloaded));
+  EXPECT_EQ(expected, cfmeta_test::DescribeGroups(reloaded));
   std::string again;
   ASSERT_TRUE(reloaded.ExportXMLDoc(again));
   EXPECT_EQ(exported, again);
@@ -171,7 +157,7 @@ TEST(CFFieldGroupTest, TypeAndNameTogetherIdentifyAGroup) {
       "0 set [] [] d\n"
       "1 Set [B] [] b c\n"
       "3 S [] [] s\n",
-      ListGroups(meta));
+      cfmeta_test::DescribeGroups(meta));
 
   // The ordinal counts only groups of the asked type.
   std::string name = "stale", label = "stale", counted = "stale";
@@ -208,7 +194,7 @@ TEST(CFFieldGroupTest, TypeAndNameTogetherIdentifyAGroup) {
       "0 Set [] [] a\n"
       "1 Set [B] [] b c\n"
       "3 S [] [] s\n",
-      ListGroups(meta));
+      cfmeta_test::DescribeGroups(meta));
 }
 
 // A group of a type outside the four kinds is kept and found; writing it fails, which on export
@@ -232,13 +218,14 @@ TEST(CFFieldGroupTest, GroupOfAnUnknownTypeIsKeptButNotWritten) {
   ASSERT_TRUE(meta.ExportXMLDoc(exported));
   CFMetaData reloaded(exported, nullptr);
   ASSERT_EQ(1u, reloaded.FieldCount());
-  EXPECT_EQ("0 Before [] [] a\n", ListGroups(reloaded));
+  EXPECT_EQ("0 Before [] [] a\n", cfmeta_test::DescribeGroups(reloaded));
 
   CFMetaData copy(meta);
   EXPECT_TRUE(copy.DropFieldGroup(odd, "Odd"));
   EXPECT_FALSE(copy.GetFieldGroup(odd, 0u, name, fields, label, counted));
   ASSERT_TRUE(copy.ExportXMLDoc(exported));
-  EXPECT_EQ("0 Before [] [] a\n3 After [] [] a\n", ListGroups(CFMetaData(exported, nullptr)));
+  EXPECT_EQ("0 Before [] [] a\n3 After [] [] a\n",
+            cfmeta_test::DescribeGroups(CFMetaData(exported, nullptr)));
 }
 
 }  // namespace

@@ -591,13 +591,7 @@ TEST(CFMetaDataTest, DateAndTimeFormatsLoadRenderAndExport) {
   EXPECT_EQ("2024/01/01",
             Rendered(meta.GetField("On")->GetPrivateFormat(), 19723.0, CFFormat::Days));
 
-  std::string exported;
-  ASSERT_TRUE(meta.ExportXMLDoc(exported));
-  CFMetaData reloaded(exported, nullptr);
-  ASSERT_EQ(2u, reloaded.FieldCount());
-  std::string again;
-  ASSERT_TRUE(reloaded.ExportXMLDoc(again));
-  EXPECT_EQ(exported, again);
+  cfmeta_test::ExpectRoundTrip(meta);
 
   // A format in a slot, or on a field, whose storage it does not suit fails the load, as
   // does an unreadable one.
@@ -734,44 +728,7 @@ TEST(CFMetaDataTest, SampleDocumentsRoundTrip) {
     ASSERT_FALSE(text.empty());
     CFMetaData first(text, nullptr);
     ASSERT_GT(first.FieldCount(), 0u);
-    std::string exported;
-    ASSERT_TRUE(first.ExportXMLDoc(exported));
-    CFMetaData second(exported, nullptr);
-    ASSERT_EQ(first.FieldCount(), second.FieldCount());
-    for (unsigned int i = 0; i < first.FieldCount(); ++i) {
-      const CFField* a = first.GetField(i);
-      const CFField* b = second.GetField(i);
-      EXPECT_EQ(a->GetName(), b->GetName());
-      EXPECT_EQ(a->GetType(), b->GetType());
-      EXPECT_EQ(a->GetStorage(), b->GetStorage());
-      EXPECT_EQ(a->GetRole(), b->GetRole());
-      EXPECT_EQ(a->GetLabel(), b->GetLabel());
-      EXPECT_EQ(a->GetValues().size(), b->GetValues().size());
-      EXPECT_EQ(a->GetValueLabels().size(), b->GetValueLabels().size());
-      EXPECT_EQ(a->GetFormatReference(), b->GetFormatReference());
-      EXPECT_EQ(a->GetPrivateFormat() == nullptr, b->GetPrivateFormat() == nullptr);
-    }
-    ASSERT_EQ(first.SharedFormatCount(), second.SharedFormatCount());
-    for (unsigned int i = 0; i < first.SharedFormatCount(); ++i) {
-      EXPECT_EQ(first.GetSharedFormat(i)->GetName(), second.GetSharedFormat(i)->GetName());
-      EXPECT_EQ(first.GetSharedFormat(i)->GetWidth(), second.GetSharedFormat(i)->GetWidth());
-    }
-    for (CFField::StorageType storage : {CFField::RealStorage, CFField::StringStorage,
-                                         CFField::DateStorage, CFField::TimeStorage}) {
-      const CFFormat* a = first.GetDefaultFormat(storage);
-      const CFFormat* b = second.GetDefaultFormat(storage);
-      EXPECT_EQ(a == nullptr, b == nullptr);
-      if (a != nullptr && b != nullptr) {
-        EXPECT_EQ(a->GetName(), b->GetName());
-      }
-    }
-    EXPECT_EQ(first.GetRecordCount(false), second.GetRecordCount(false));
-    EXPECT_EQ(first.GetRecordCount(true), second.GetRecordCount(true));
-    EXPECT_EQ(first.GetDroppedCount(), second.GetDroppedCount());
-    EXPECT_EQ(first.getDatasetSummaries() == nullptr, second.getDatasetSummaries() == nullptr);
-    std::string again;
-    ASSERT_TRUE(second.ExportXMLDoc(again));
-    EXPECT_EQ(exported, again);
+    cfmeta_test::ExpectRoundTrip(first);
   }
 }
 

@@ -2,10 +2,16 @@
 #ifndef CFMETA_METADATA_CFMETADATA_TESTUTIL_H_
 #define CFMETA_METADATA_CFMETADATA_TESTUTIL_H_
 
+#include <gtest/gtest.h>
+
 #include <initializer_list>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "cfmeta/field/cffield_testutil.h"
+#include "cfmeta/format/cfformat.h"
+#include "cfmeta/metadata/cfmetadata.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/xml/cfxml_testutil.h"
 
@@ -42,6 +48,58 @@ inline std::string Fields(const std::string& children) {
 
 inline std::string Counts(std::initializer_list<std::pair<std::string, std::string>> attributes) {
   return MakeElement(CfCppHelperV1::XMLElements::RecordCounts, attributes);
+}
+
+// Every field group, by type then in list order: "type name [label] [counted] members".
+inline std::string DescribeGroups(const CFMetaData& meta) {
+  std::string text;
+  for (CFMetaData::GroupType type : {CFMetaData::PlainGroup, CFMetaData::MultiCategorySet,
+                                     CFMetaData::MultiDichotomySet, CFMetaData::SplitGroup}) {
+    std::string name, label, counted;
+    std::vector<std::string> fields;
+    for (unsigned int i = 0; meta.GetFieldGroup(type, i, name, fields, label, counted); ++i) {
+      text += std::to_string(type) + " " + name + " [" + label + "] [" + counted + "]";
+      for (const std::string& field : fields) text += " " + field;
+      text += "\n";
+    }
+  }
+  return text;
+}
+
+// The whole model as one text: fields, shared formats, default slots, groups and counts.
+inline std::string DescribeModel(const CFMetaData& meta) {
+  std::string text;
+  for (unsigned int i = 0; i < meta.FieldCount(); ++i) text += Describe(*meta.GetField(i)) + "\n";
+  for (unsigned int i = 0; i < meta.SharedFormatCount(); ++i) {
+    const CFFormat* format = meta.GetSharedFormat(i);
+    text += format->GetFormatClass() + format->GetName() + std::to_string(format->GetWidth()) + ";";
+  }
+  for (CFField::StorageType storage :
+       {CFField::RealStorage, CFField::StringStorage, CFField::DateStorage, CFField::TimeStorage}) {
+    const CFFormat* format = meta.GetDefaultFormat(storage);
+    text += "|" + (format != nullptr ? format->GetName() : std::string("-"));
+  }
+  double badWeight = 0, weightedDropped = 0;
+  meta.GetDroppedDetails(badWeight, weightedDropped);
+  for (double count : {meta.GetRecordCount(false), meta.GetRecordCount(true),
+                       meta.GetDroppedCount(), badWeight, weightedDropped}) {
+    text += " " + std::to_string(count);
+  }
+  return text + (meta.getDatasetSummaries() != nullptr ? " summaries\n" : "\n") +
+         DescribeGroups(meta);
+}
+
+// Exports `meta`, reloads the text and expects the same model back, and the same text from a
+// second export. Returns the exported text.
+inline std::string ExpectRoundTrip(const CFMetaData& meta) {
+  std::string exported;
+  EXPECT_TRUE(meta.ExportXMLDoc(exported));
+  const CFMetaData reloaded(exported, nullptr);
+  EXPECT_EQ(DescribeModel(meta), DescribeModel(reloaded)) << exported;
+  std::string again;
+  EXPECT_TRUE(reloaded.ExportXMLDoc(again));
+  EXPECT_EQ(exported, again);
+  return exported;
 }
 
 }  // namespace cfmeta_test
