@@ -19,37 +19,31 @@
 #include <vector>
 
 #include "cfmeta/cache/cfarchivecacheimpl.h"
+#include "cfmeta/field/cffield.h"
 #include "cfmeta/metadata/cfmetadata.h"
 #include "cfmeta/tempfile/tavo_tempfile.h"
-#include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
 
 namespace {
-
-namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
-namespace XMLElements = CfCppHelperV1::XMLElements;
-namespace XMLEntities = CfCppHelperV1::XMLEntities;
 
 constexpr size_t kRecords = 1000000;
 constexpr size_t kPool = 4096;
 constexpr size_t kFields = 20;
 constexpr size_t kBlock = 64 * 1024;
 
-const char* StorageOf(size_t field) {
-  if (field < 10) return XMLEntities::Real;
-  if (field < 15) return XMLEntities::Integer;
-  return XMLEntities::String;
+CFField::StorageType StorageOf(size_t field) {
+  if (field < 10) return CFField::RealStorage;
+  if (field < 15) return CFField::IntegerStorage;
+  return CFField::StringStorage;
 }
 
-std::string Document() {
-  std::string fields;
+// Nominal fields F0, F1, ... of the stream's storages.
+std::unique_ptr<CFMetaData> MakeMeta() {
+  std::unique_ptr<CFMetaData> meta(new CFMetaData);
   for (size_t i = 0; i < kFields; ++i) {
-    fields += "<" + std::string(XMLElements::Field) + " " + XMLAttributes::Name + "=\"F" +
-              std::to_string(i) + "\" " + XMLAttributes::Storage + "=\"" + StorageOf(i) + "\" " +
-              XMLAttributes::Measure + "=\"" + XMLEntities::Nominal + "\"/>";
+    meta->AppendField(CFField("F" + std::to_string(i), StorageOf(i), CFField::Nominal));
   }
-  return "<" + std::string(XMLElements::DataModel) + "><" + XMLElements::Fields + ">" + fields +
-         "</" + XMLElements::Fields + "></" + XMLElements::DataModel + ">";
+  return meta;
 }
 
 struct Stream {
@@ -65,7 +59,7 @@ const Stream& TheStream() {
   static const Stream stream = [] {
     CfExtension::CFXMLWrapper::startup(false);
     Stream s;
-    s.meta.reset(new CFMetaData(Document(), nullptr));
+    s.meta = MakeMeta();
     std::mt19937_64 random(11);
     std::vector<size_t> poolBytes(kPool, (kFields + 7) / 8);
     std::vector<size_t> start, size;

@@ -9,29 +9,24 @@
 #include <string>
 #include <vector>
 
+#include "cfmeta/field/cffield.h"
 #include "cfmeta/metadata/cfmetadata.h"
 #include "cfmeta/tempfile/tavo_tempfile.h"
-#include "cfmeta/vocab/cfvocabulary.h"
-#include "cfmeta/xml/cfxml_testutil.h"
 
 namespace {
 
-using cfmeta_test::MakeElement;
-namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
-namespace XMLElements = CfCppHelperV1::XMLElements;
-namespace XMLEntities = CfCppHelperV1::XMLEntities;
+using Storage = CFField::StorageType;
+constexpr Storage kInt = CFField::IntegerStorage;
+constexpr Storage kStr = CFField::StringStorage;
 
-// Metadata with fields F0, F1, ... of the given storages.
-std::unique_ptr<CFMetaData> MetaOf(const std::vector<const char*>& storages) {
-  std::string fields;
+// Metadata with nominal fields F0, F1, ... of the given storages.
+std::unique_ptr<CFMetaData> MetaOf(const std::vector<Storage>& storages) {
+  std::unique_ptr<CFMetaData> meta(new CFMetaData);
   for (size_t i = 0; i < storages.size(); ++i) {
-    fields += MakeElement(XMLElements::Field, {{XMLAttributes::Name, "F" + std::to_string(i)},
-                                               {XMLAttributes::Storage, storages[i]},
-                                               {XMLAttributes::Measure, XMLEntities::Nominal}});
+    EXPECT_EQ(static_cast<int>(i),
+              meta->AppendField(CFField("F" + std::to_string(i), storages[i], CFField::Nominal)));
   }
-  const std::string xml =
-      MakeElement(XMLElements::DataModel, {}, MakeElement(XMLElements::Fields, {}, fields));
-  return std::unique_ptr<CFMetaData>(new CFMetaData(xml, nullptr));
+  return meta;
 }
 
 // A record: one entry per field, absent for a missing value.
@@ -120,22 +115,20 @@ class FailingFile : public CFTempFiles::TAVO_TempFile {
 };
 
 TEST(CFArchiveCacheImplTest, WritesTheRecordLayoutAndReadsItBack) {
-  const char* kInt = XMLEntities::Integer;
-  const char* kStr = XMLEntities::String;
   struct Row {
     const char* name;
-    std::vector<const char*> storages;
+    std::vector<Storage> storages;
     Record record;
     std::string bytes;
   } rows[] = {
       {"8 fields, only field 0 present",
-       std::vector<const char*>(8, kInt),
+       std::vector<Storage>(8, kInt),
        {Int(-5), kMissing, kMissing, kMissing, kMissing, kMissing, kMissing, kMissing},
        "\x7f" + U64(static_cast<uint64_t>(-5))},
-      {"9 fields all missing", std::vector<const char*>(9, kInt), Record(9, kMissing),
+      {"9 fields all missing", std::vector<Storage>(9, kInt), Record(9, kMissing),
        std::string("\xff\x80", 2)},
       {"9 fields, only field 8 missing",
-       std::vector<const char*>(9, kInt),
+       std::vector<Storage>(9, kInt),
        {Int(0), Int(1), Int(2), Int(3), Int(4), Int(5), Int(6), Int(7), kMissing},
        std::string("\x00\x80", 2) + U64(0) + U64(1) + U64(2) + U64(3) + U64(4) + U64(5) + U64(6) +
            U64(7)},
@@ -165,9 +158,13 @@ TEST(CFArchiveCacheImplTest, WritesTheRecordLayoutAndReadsItBack) {
 }
 
 TEST(CFArchiveCacheImplTest, InterleavedAppendsAndReadsRoundTrip) {
-  const std::vector<const char*> storages = {
-      XMLEntities::Integer, XMLEntities::Real,      XMLEntities::String, XMLEntities::Date,
-      XMLEntities::Time,    XMLEntities::Timestamp, XMLEntities::String};
+  const std::vector<Storage> storages = {kInt,
+                                         CFField::RealStorage,
+                                         kStr,
+                                         CFField::DateStorage,
+                                         CFField::TimeStorage,
+                                         CFField::TimestampStorage,
+                                         kStr};
   std::unique_ptr<CFMetaData> meta = MetaOf(storages);
   CFTempFiles::TAVO_TempFile file;
   CFArchiveCacheImpl cache(meta.get(), &file);
@@ -175,10 +172,10 @@ TEST(CFArchiveCacheImplTest, InterleavedAppendsAndReadsRoundTrip) {
   std::vector<Record> records;
   for (int r = 0; r < 300; ++r) {
     Record record;
-    for (const char* storage : storages) {
+    for (Storage storage : storages) {
       if (random() % 5 == 0) {
         record.push_back(kMissing);
-      } else if (storage == XMLEntities::String) {
+      } else if (storage == kStr) {
         // Longer and shorter than the 1024-byte cell; once longer than what is read ahead.
         std::string text(r == 150 ? 600000 : random() % 3000, '\0');
         for (char& c : text) c = static_cast<char>('a' + random() % 26);
@@ -217,7 +214,7 @@ TEST(CFArchiveCacheImplTest, InterleavedAppendsAndReadsRoundTrip) {
 // A short write fails the append and leaves its first bytes, which the next read finds cut
 // short; a rewind makes the iterator usable again.
 TEST(CFArchiveCacheImplTest, ShortWriteLeavesAFragmentThatReadsAsAnError) {
-  std::unique_ptr<CFMetaData> meta = MetaOf({XMLEntities::Integer, XMLEntities::String});
+  std::unique_ptr<CFMetaData> meta = MetaOf({kInt, kStr});
   const Record good = {Int(42), Str("hello")};
   const size_t recordSize = 1 + 8 + 8 + 5;
   for (size_t kept = 0; kept < recordSize; ++kept) {
@@ -239,7 +236,7 @@ TEST(CFArchiveCacheImplTest, ShortWriteLeavesAFragmentThatReadsAsAnError) {
 }
 
 TEST(CFArchiveCacheImplTest, StringLengthBeyondTheFileIsAnError) {
-  std::unique_ptr<CFMetaData> meta = MetaOf({XMLEntities::String});
+  std::unique_ptr<CFMetaData> meta = MetaOf({kStr});
   CFTempFiles::TAVO_TempFile file;
   CFArchiveCacheImpl cache(meta.get(), &file);
   ASSERT_EQ(0, Append(cache, {Str("abcd")}, false));
@@ -259,10 +256,9 @@ TEST(CFArchiveCacheImplTest, StringLengthBeyondTheFileIsAnError) {
 }
 
 TEST(CFArchiveCacheImplTest, UnusableStateGivesItsStatus) {
-  const char* kInt = XMLEntities::Integer;
-  std::unique_ptr<CFMetaData> meta = MetaOf({XMLEntities::Integer, XMLEntities::String});
+  std::unique_ptr<CFMetaData> meta = MetaOf({kInt, kStr});
   std::unique_ptr<CFMetaData> noFields(new CFMetaData(nullptr));
-  std::unique_ptr<CFMetaData> unknown = MetaOf({XMLEntities::Integer, XMLEntities::Unknown});
+  std::unique_ptr<CFMetaData> unknown = MetaOf({kInt, CFField::UnknownStorage});
   CFTempFiles::TAVO_TempFile file;
   const Record record = {Int(1), Str("x")};
   struct Row {
@@ -298,7 +294,7 @@ TEST(CFArchiveCacheImplTest, UnusableStateGivesItsStatus) {
   size_t length = 0;
   EXPECT_EQ(0, it->GetRecordValue(0, value, length));
   EXPECT_EQ(1, it->GetRecordValue(1, value, length));
-  std::unique_ptr<CFMetaData> three = MetaOf({kInt, kInt, XMLEntities::String});
+  std::unique_ptr<CFMetaData> three = MetaOf({kInt, kInt, kStr});
   ASSERT_GE(unknown->AppendField(*three->GetField(2u)), 0);
   EXPECT_EQ(1, it->GetRecordValue(0, value, length));
   EXPECT_EQ(0, it->Rewind());
@@ -308,9 +304,9 @@ TEST(CFArchiveCacheImplTest, UnusableStateGivesItsStatus) {
 // Records appended and read after a field was replaced follow its new storage; a value asked
 // for after the replacement, of a record read before it, is checked against the new fields.
 TEST(CFArchiveCacheImplTest, FollowsReplacedFields) {
-  const char* kInt = XMLEntities::Integer;
-  std::unique_ptr<CFMetaData> meta = MetaOf({kInt, XMLEntities::String});
-  std::unique_ptr<CFMetaData> others = MetaOf({kInt, XMLEntities::Real, XMLEntities::Unknown});
+  std::unique_ptr<CFMetaData> meta = MetaOf({kInt, kStr});
+  std::unique_ptr<CFMetaData> others =
+      MetaOf({kInt, CFField::RealStorage, CFField::UnknownStorage});
   CFTempFiles::TAVO_TempFile file;
   CFArchiveCacheImpl cache(meta.get(), &file);
   ASSERT_EQ(0, Append(cache, {Int(7), Str("ab")}, false));
