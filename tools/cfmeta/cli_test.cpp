@@ -143,6 +143,32 @@ TEST_F(CliTest, ProfileWritesADocumentTheOtherCommandsRead) {
   EXPECT_EQ(xml, fromTabs.out);
 }
 
+// The demo's document is kept as it was first written: a change in how the tool builds fields,
+// formats or summaries must not change a byte of it. Without --summaries the same document
+// comes out with no summaries element.
+TEST_F(CliTest, DemoDocumentStaysByteForByte) {
+  const std::string expected = Slurp(CFMETA_TESTDATA_DIR "/customers-demo.xml");
+  ASSERT_FALSE(expected.empty());
+  const std::vector<std::string> demo = {"profile", CFMETA_TESTDATA_DIR "/customers.csv",
+                                         "--currency", "income,monthly_spend"};
+  std::vector<std::string> args = demo;
+  args.insert(args.end(), {"--summaries", "-o", Path("demo.xml")});
+  Result profiled = Run(args);
+  ASSERT_EQ(0, profiled.status) << profiled.err;
+  EXPECT_TRUE(Slurp(Path("demo.xml")) == expected) << "the demo document changed";
+
+  const std::string tag = CfCppHelperV1::XMLElements::DatasetSummaries;
+  const size_t from = expected.find("<" + tag + ">");
+  const size_t to = expected.find("</" + tag + ">");
+  ASSERT_NE(std::string::npos, from);
+  ASSERT_NE(std::string::npos, to);
+  std::string withoutSummaries = expected;
+  withoutSummaries.erase(from, to + tag.size() + 3 - from);
+  Result plain = Run(demo);
+  ASSERT_EQ(0, plain.status) << plain.err;
+  EXPECT_TRUE(plain.out == withoutSummaries) << "the demo document without summaries changed";
+}
+
 TEST_F(CliTest, BadInputExitsOneNamingTheFile) {
   std::string ragged = Write("ragged.csv", "a,b\n1,2\n3\n");
   std::string empty = Write("empty.csv", "");
