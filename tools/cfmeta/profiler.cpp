@@ -18,9 +18,6 @@
 #include "cfmeta/stats/cfcontstats.h"
 #include "cfmeta/stats/cfmoments.h"
 #include "cfmeta/summaries/cfdatasetsummaries.h"
-#include "cfmeta/vocab/cfvocabulary.h"
-#include "cfmeta/xml/cfxmlwrapper.h"
-#include "tools/cfmeta/document.h"
 #include "tools/cfmeta/isodate.h"
 #include "tools/cfmeta/summaries.h"
 #include "tools/cfmeta/toolerror.h"
@@ -28,10 +25,6 @@
 namespace cfmeta_tool {
 
 namespace {
-
-namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
-namespace XMLElements = CfCppHelperV1::XMLElements;
-using CfExtension::CFXMLWrapper;
 
 enum class Kind { Empty, Integer, Real, Date, Time, Timestamp, String };
 
@@ -72,26 +65,6 @@ bool ParseReal(const char* text, size_t length, double& value, int& decimals) {
     for (const char* d = point + 1; d < end && IsDigit(*d); ++d) ++decimals;
   }
   return true;
-}
-
-// A new field is read from an element, the one way the library builds a field with a storage.
-CFField MakeField(CFXMLWrapper& doc, const std::string& name, CFField::StorageType storage,
-                  CFField::FieldType type) {
-  std::unique_ptr<CFXMLWrapper> element(doc.createFreeElement(XMLElements::Field));
-  if (!element || element->addAttribute(XMLAttributes::Name, name.c_str()) != 0 ||
-      element->addAttribute(XMLAttributes::Storage, EntityText(CFField::kStorageTable, storage)) !=
-          0 ||
-      element->addAttribute(XMLAttributes::Measure, EntityText(CFField::kMeasureTable, type)) !=
-          0 ||
-      element->addAttribute(XMLAttributes::Role, EntityText(CFField::kRoleTable, CFField::Input)) !=
-          0) {
-    throw ToolError(fmt::format("cannot make a field for column '{}'", name));
-  }
-  CFField field(*element, false);
-  if (field.GetName().empty()) {
-    throw ToolError(fmt::format("cannot make a field for column '{}'", name));
-  }
-  return field;
 }
 
 // The categories counted by text, retyped as the column's numbers. Texts that read as one
@@ -361,10 +334,6 @@ std::unique_ptr<CFCatStats> Profiler::TakeCategories(Column& column,
 
 std::unique_ptr<CFMetaData> Profiler::Finish(std::vector<std::string>& warnings) {
   auto metadata = std::make_unique<CFMetaData>();
-  CFXMLWrapper doc;
-  doc.createNew(XMLElements::Fields);
-  if (doc.getElement() == nullptr) throw ToolError("cannot start a metadata document");
-
   std::vector<ColumnSummary> summaries;
   // The summaries point into the categories, so they live until the tree is built.
   std::vector<std::unique_ptr<CFCatStats>> kept;
@@ -377,7 +346,7 @@ std::unique_ptr<CFMetaData> Profiler::Finish(std::vector<std::string>& warnings)
     CFField::FieldType type = !categorical ? CFField::Continuous
                               : count == 2 ? CFField::Flag
                                            : CFField::Nominal;
-    CFField field = MakeField(doc, column.name, storage, type);
+    CFField field(column.name, storage, type);
 
     bool stored = true;
     if (categorical && count > 0) {

@@ -14,41 +14,13 @@
 #include "cfmeta/summaries/cffieldsummaries.h"
 #include "cfmeta/summaries/cfstatisticsext.h"
 #include "cfmeta/vocab/cfvocabulary.h"
-#include "cfmeta/xml/cfxmlwrapper.h"
 #include "tools/cfmeta/document.h"
-#include "tools/cfmeta/toolerror.h"
 
 namespace cfmeta_tool {
 
 namespace {
 
-namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
-namespace XMLElements = CfCppHelperV1::XMLElements;
 namespace XMLEntities = CfCppHelperV1::XMLEntities;
-using CfExtension::CFXMLWrapper;
-
-// Builds elements and stops at the first failure, so a tree is either complete or refused.
-class Builder {
- public:
-  CFXMLWrapper* Add(CFXMLWrapper* parent, const char* name) {
-    CFXMLWrapper* child = nullptr;
-    if (m_ok && parent != nullptr && parent->addElement(name, &child) == 0) return child;
-    m_ok = false;
-    return nullptr;
-  }
-  template <typename T>
-  void Set(CFXMLWrapper* element, const char* name, T value) {
-    if (m_ok && (element == nullptr || element->addAttribute(name, value) != 0)) m_ok = false;
-  }
-  // Non-finite numbers have no place in a summary: they are left out.
-  void SetFinite(CFXMLWrapper* element, const char* name, double value) {
-    if (std::isfinite(value)) Set(element, name, value);
-  }
-  bool Ok() const { return m_ok; }
-
- private:
-  bool m_ok = true;
-};
 
 std::string ValueText(const CFDatum& value) {
   std::string text;
@@ -56,60 +28,63 @@ std::string ValueText(const CFDatum& value) {
   return text;
 }
 
-void AddContinuous(Builder& build, CFXMLWrapper* summary, const ColumnSummary& column) {
+CFContinuousStatisticsExt ContinuousBlock(const ColumnSummary& column) {
   const CFMoments& moments = *column.moments;
-  CFXMLWrapper* block = build.Add(summary, XMLElements::ContinuousStatisticsExt);
+  CFContinuousStatisticsExt block;
+  // Non-finite numbers have no place in a summary: they are left out.
+  auto set = [&block](void (CFContinuousStatisticsExt::*setter)(double), double value) {
+    if (std::isfinite(value)) (block.*setter)(value);
+  };
+  using Block = CFContinuousStatisticsExt;
   std::pair<double, double> extrema = column.extrema->GetExtrema();
-  build.SetFinite(block, XMLAttributes::Minimum, extrema.first);
-  build.SetFinite(block, XMLAttributes::Maximum, extrema.second);
-  build.SetFinite(block, XMLAttributes::Mean, moments.GetMean());
-  build.SetFinite(block, XMLAttributes::Variance, moments.GetVariance());
-  build.SetFinite(block, XMLAttributes::stdDev, moments.GetStdDev());
-  build.SetFinite(block, XMLAttributes::skewness, moments.GetSkewness());
-  build.SetFinite(block, XMLAttributes::stdErrSkewness, moments.GetStdErrSkewness());
-  build.SetFinite(block, XMLAttributes::kurtosis, moments.GetKurtosis());
-  build.SetFinite(block, XMLAttributes::stdErrKurtosis, moments.GetStdErrKurtosis());
+  set(&Block::setMinimum, extrema.first);
+  set(&Block::setMaximum, extrema.second);
+  set(&Block::setMean, moments.GetMean());
+  set(&Block::setVariance, moments.GetVariance());
+  set(&Block::setStdDev, moments.GetStdDev());
+  set(&Block::setSkewness, moments.GetSkewness());
+  set(&Block::setStdErrSkewness, moments.GetStdErrSkewness());
+  set(&Block::setKurtosis, moments.GetKurtosis());
+  set(&Block::setStdErrKurtosis, moments.GetStdErrKurtosis());
   // Outliers lie more than three standard deviations from the mean.
   double sd = moments.GetStdDev();
-  build.SetFinite(block, XMLAttributes::outlierLowerBound, moments.GetMean() - 3 * sd);
-  build.SetFinite(block, XMLAttributes::outlierUpperBound, moments.GetMean() + 3 * sd);
+  set(&Block::setOutlierLowerBound, moments.GetMean() - 3 * sd);
+  set(&Block::setOutlierUpperBound, moments.GetMean() + 3 * sd);
+  return block;
 }
 
-void AddDiscrete(Builder& build, CFXMLWrapper* summary, const ColumnSummary& column) {
+CFDiscreteStatisticsExt DiscreteBlock(const ColumnSummary& column) {
   const CFCatStats& categories = *column.categories;
   const uint32_t count = categories.GetNCats();
+  const double valid = static_cast<double>(column.valid);
+  CFDistributionSummary distribution;
+  distribution.setDiscrete(XMLEntities::True);
+  distribution.setMaxCatsExceeded(column.exceeded ? XMLEntities::True : XMLEntities::False);
   // The mode is the most frequent category, the first of equals; the median the first
   // category whose cumulative share reaches a half of the valid values.
   uint32_t mode = 0, median = count - 1;
   double cumulative = 0.0;
   bool medianFound = false;
-  std::vector<double> cumulatives(count);
   for (uint32_t i = 0; i < count; ++i) {
     double weight = categories.GetCatWeight(i);
     if (weight > categories.GetCatWeight(mode)) mode = i;
     cumulative += weight;
-    cumulatives[i] = cumulative;
-    if (!medianFound && 2 * cumulative >= static_cast<double>(column.valid)) {
+    if (!medianFound && 2 * cumulative >= valid) {
       median = i;
       medianFound = true;
     }
+    CFCategory category;
+    category.setValue(ValueText(categories.GetCatValDatum(i)));
+    category.setCount(static_cast<long long>(weight));
+    category.setPercentage(100.0 * weight / valid);
+    category.setCumPercentage(100.0 * cumulative / valid);
+    distribution.addCategory(category);
   }
-  CFXMLWrapper* block = build.Add(summary, XMLElements::DiscreteStatisticsExt);
-  build.Set(block, XMLAttributes::mode, ValueText(categories.GetCatValDatum(mode)).c_str());
-  build.Set(block, XMLAttributes::median, ValueText(categories.GetCatValDatum(median)).c_str());
-  CFXMLWrapper* distribution = build.Add(block, XMLElements::DistributionSummary);
-  build.Set(distribution, XMLAttributes::discrete, XMLEntities::True);
-  build.Set(distribution, XMLAttributes::maxCatsExceeded,
-            column.exceeded ? XMLEntities::True : XMLEntities::False);
-  const double valid = static_cast<double>(column.valid);
-  for (uint32_t i = 0; i < count; ++i) {
-    CFXMLWrapper* category = build.Add(distribution, XMLElements::Category);
-    double weight = categories.GetCatWeight(i);
-    build.Set(category, XMLAttributes::Value, ValueText(categories.GetCatValDatum(i)).c_str());
-    build.Set(category, XMLAttributes::Count, static_cast<long long>(weight));
-    build.Set(category, XMLAttributes::percentage, 100.0 * weight / valid);
-    build.Set(category, XMLAttributes::cumPercentage, 100.0 * cumulatives[i] / valid);
-  }
+  CFDiscreteStatisticsExt block;
+  block.setMode(ValueText(categories.GetCatValDatum(mode)));
+  block.setMedian(ValueText(categories.GetCatValDatum(median)));
+  block.setDistributionSummary(distribution);
+  return block;
 }
 
 std::string Number(double value) { return fmt::format("{:.6g}", value); }
@@ -117,11 +92,7 @@ std::string Number(double value) { return fmt::format("{:.6g}", value); }
 }  // namespace
 
 std::unique_ptr<CFDatasetSummaries> BuildSummaries(const std::vector<ColumnSummary>& columns) {
-  CFXMLWrapper doc;
-  doc.createNew(XMLElements::DatasetSummaries);
-  Builder build;
-  CFXMLWrapper* fields = build.Add(&doc, XMLElements::FieldSummaries);
-  bool any = false;
+  CFFieldSummaries fields;
   for (const ColumnSummary& column : columns) {
     bool continuous =
         column.moments != nullptr && column.extrema != nullptr && column.moments->GetCount() > 0;
@@ -129,21 +100,20 @@ std::unique_ptr<CFDatasetSummaries> BuildSummaries(const std::vector<ColumnSumma
         column.categories != nullptr && column.categories->GetNCats() > 0 && column.valid > 0;
     // Every field summary holds one block: a field without either has none.
     if (!continuous && !discrete) continue;
-    any = true;
-    CFXMLWrapper* summary = build.Add(fields, XMLElements::FieldSummary);
-    build.Set(summary, XMLAttributes::FieldName, column.name.c_str());
-    build.Set(summary, XMLAttributes::validCount, static_cast<long long>(column.valid));
-    build.Set(summary, XMLAttributes::missingCount, static_cast<long long>(column.missing));
+    CFFieldSummary summary;
+    summary.setFieldName(column.name);
+    summary.setValidCount(static_cast<long long>(column.valid));
+    summary.setMissingCount(static_cast<long long>(column.missing));
     if (continuous) {
-      AddContinuous(build, summary, column);
+      summary.setConStatistics(ContinuousBlock(column));
     } else {
-      AddDiscrete(build, summary, column);
+      summary.setDisStatistics(DiscreteBlock(column));
     }
+    fields.addFieldSummary(summary);
   }
-  if (!any) return nullptr;
-  if (!build.Ok()) throw ToolError("cannot build the dataset summaries");
-  auto summaries = std::make_unique<CFDatasetSummaries>(doc);
-  if (!summaries->parseSuccess()) throw ToolError("cannot build the dataset summaries");
+  if (fields.getFieldSummaryCount() == 0) return nullptr;
+  auto summaries = std::make_unique<CFDatasetSummaries>();
+  summaries->setFieldSummaries(fields);
   return summaries;
 }
 
@@ -167,7 +137,7 @@ void WriteSummaries(const CFMetaData& metadata, std::ostream& out) {
       }
       if (stats->hasOutlierLowerBound() && stats->hasOutlierUpperBound()) {
         const CFField* described = metadata.GetField(field.getFieldName());
-        const CFFormat* format = described ? DisplayFormat(metadata, *described) : nullptr;
+        const CFFormat* format = described ? metadata.GetDisplayFormat(*described) : nullptr;
         CFFormat::ValueUnits units =
             described ? UnitsOf(described->GetStorage()) : CFFormat::NoUnits;
         auto bound = [&](double value) { return Trim(Render(CFDatum(value), format, units, 6)); };
