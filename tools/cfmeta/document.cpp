@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <iostream>
@@ -15,7 +14,6 @@
 #include "cfmeta/format/cfformat.h"
 #include "cfmeta/metadata/cfmetadata.h"
 #include "cfmeta/vocab/cfvocabulary.h"
-#include "cfmeta/xml/cfxmliteratorwrapper.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
 #include "tools/cfmeta/isodate.h"
 #include "tools/cfmeta/toolerror.h"
@@ -25,50 +23,16 @@ namespace cfmeta_tool {
 namespace {
 
 namespace XMLElements = CfCppHelperV1::XMLElements;
-using CfExtension::CFXMLIteratorWrapper;
 using CfExtension::CFXMLWrapper;
 
-// The XML layer reports a failed parse on standard output, where the tool writes documents and
-// tables; parses run with standard output sent to /dev/null instead.
-class QuietStdout {
- public:
-  QuietStdout() {
-    std::cout.flush();
-    std::fflush(stdout);
-    m_saved = dup(STDOUT_FILENO);
-    int null = open("/dev/null", O_WRONLY);
-    if (m_saved >= 0 && null >= 0) dup2(null, STDOUT_FILENO);
-    if (null >= 0) close(null);
-  }
-  ~QuietStdout() {
-    std::cout.flush();
-    std::fflush(stdout);
-    if (m_saved >= 0) {
-      dup2(m_saved, STDOUT_FILENO);
-      close(m_saved);
-    }
-  }
-  QuietStdout(const QuietStdout&) = delete;
-  QuietStdout& operator=(const QuietStdout&) = delete;
-
- private:
-  int m_saved;
-};
-
-// The number of direct children of `parent` named `name`.
-int CountChildren(const CFXMLWrapper& parent, const char* name) {
-  CFXMLIteratorWrapper* children = nullptr;
-  if (parent.getElementDirectIterator(name, &children) != 0 || children == nullptr) return 0;
-  int count = 0;
-  while (children->nextElement() != nullptr) ++count;
-  return count;
+// Every reason a document does not load reads as one line beginning with its file.
+ToolError LoadFailure(const std::string& path, const std::string& message) {
+  return ToolError(fmt::format("{}: error: {}", path, message));
 }
-
-}  // namespace
 
 std::string ReadFile(const std::string& path) {
   int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) throw ToolError(fmt::format("{}: cannot read: {}", path, std::strerror(errno)));
+  if (fd < 0) throw LoadFailure(path, fmt::format("cannot read: {}", std::strerror(errno)));
   std::string text;
   struct stat info;
   if (fstat(fd, &info) == 0 && S_ISREG(info.st_mode)) text.reserve(info.st_size);
@@ -82,12 +46,14 @@ std::string ReadFile(const std::string& path) {
     } else if (errno != EINTR) {
       int error = errno;
       close(fd);
-      throw ToolError(fmt::format("{}: cannot read: {}", path, std::strerror(error)));
+      throw LoadFailure(path, fmt::format("cannot read: {}", std::strerror(error)));
     }
   }
   close(fd);
   return text;
 }
+
+}  // namespace
 
 void WriteText(const std::string& path, const std::string& text) {
   size_t length = std::strlen(text.c_str());
@@ -105,57 +71,29 @@ void WriteText(const std::string& path, const std::string& text) {
 
 std::unique_ptr<CFMetaData> LoadDocument(const std::string& path) {
   std::string text = ReadFile(path);
-  std::unique_ptr<CFMetaData> metadata;
-  {
-    QuietStdout quiet;
-    metadata = std::make_unique<CFMetaData>(text, nullptr);
-  }
-  if (metadata->FieldCount() == 0) throw ToolError(Diagnose(path, text));
-  return metadata;
-}
-
-std::string Diagnose(const std::string& path, const std::string& text) {
   if (text.find_first_not_of(" \t\r\n") == std::string::npos) {
-    return fmt::format("{}: the file is empty", path);
+    throw LoadFailure(path, "the file is empty");
   }
-  if (text.find('\0') != std::string::npos) {
-    return fmt::format("{}: not well-formed XML: the file holds a NUL byte", path);
-  }
-  CFXMLWrapper doc;
-  {
-    QuietStdout quiet;
-    doc.loadFromContents(text.c_str());
-  }
-  if (doc.getElement() == nullptr) {
-    std::string error = doc.getLastError();
-    if (error.empty()) error = "the text does not parse";
-    return fmt::format("{}: not well-formed XML: {}", path, error);
-  }
-  std::string why = "a field, format, group or count in it is invalid";
-  int lists = CountChildren(doc, XMLElements::Fields);
-  if (lists == 0) {
-    why = fmt::format("it has no {} element", XMLElements::Fields);
-  } else {
-    CFXMLIteratorWrapper* iterator = nullptr;
-    CFXMLWrapper* fields = nullptr;
-    if (doc.getElementDirectIterator(XMLElements::Fields, &iterator) == 0 && iterator) {
-      fields = iterator->nextElement();
+  // The parser reads the text only up to a NUL, so a document cut short there could load.
+  if (text.find('\0') != std::string::npos) throw LoadFailure(path, "the file holds a NUL byte");
+  // What the XML layer says about a text it cannot parse comes back in the load error; printed
+  // too, it would mix into the documents and tables the tool writes on standard output.
+  auto metadata = std::make_unique<CFMetaData>(text, nullptr, nullptr);
+  const CFLoadError& error = metadata->GetLoadError();
+  switch (error.kind) {
+    case CFLoadError::NoError:
+      if (metadata->FieldCount() > 0) return metadata;
+      throw LoadFailure(path, fmt::format("the document holds no {} element", XMLElements::Field));
+    case CFLoadError::MalformedXML: {
+      std::string message = error.message.empty() ? "the text does not parse" : error.message;
+      if (error.line <= 0) throw LoadFailure(path, message);
+      throw ToolError(fmt::format("{}:{}:{}: error: {}", path, error.line, error.column, message));
     }
-    if (fields != nullptr && CountChildren(*fields, XMLElements::Field) == 0) {
-      why = fmt::format("its {} element holds no {} element", XMLElements::Fields,
-                        XMLElements::Field);
-    }
+    default:
+      throw LoadFailure(path, error.path.empty()
+                                  ? error.message
+                                  : fmt::format("{}: {}", error.path, error.message));
   }
-  return fmt::format("{}: not a valid metadata document: {}", path, why);
-}
-
-const CFFormat* DisplayFormat(const CFMetaData& metadata, const CFField& field) {
-  if (const CFFormat* own = field.GetPrivateFormat()) return own;
-  std::string reference = field.GetFormatReference();
-  if (!reference.empty()) {
-    if (const CFFormat* shared = metadata.GetSharedFormat(reference)) return shared;
-  }
-  return metadata.GetDefaultFormat(field.GetStorage());
 }
 
 CFFormat::ValueUnits UnitsOf(CFField::StorageType storage) {

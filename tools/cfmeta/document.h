@@ -13,24 +13,16 @@ class CFMetaData;
 
 namespace cfmeta_tool {
 
-// The whole file. Throws ToolError naming the file when it cannot be read.
-std::string ReadFile(const std::string& path);
-
 // Writes `text` up to its first NUL (an exported document may end in one) to `path`, or to
 // standard output for an empty path. Throws ToolError when the write fails.
 void WriteText(const std::string& path, const std::string& text);
 
-// The metadata document in `path`, with at least one field. Otherwise throws ToolError saying
-// why: the file cannot be read, is not well-formed XML (what and where, by line and column),
-// or is XML but not a metadata document.
+// The metadata document in `path`, with at least one field. Otherwise throws ToolError with
+// one line saying why: "PATH:LINE:COLUMN: error: MESSAGE" for text that is not well-formed
+// XML, and "PATH: error: MESSAGE" for the rest, where MESSAGE begins with the offending
+// element's path when the text is XML that does not load as metadata. The file being
+// unreadable, empty or holding a NUL byte is said before any parse.
 std::unique_ptr<CFMetaData> LoadDocument(const std::string& path);
-
-// Why `text` does not load as a metadata document, beginning with `path`.
-std::string Diagnose(const std::string& path, const std::string& text);
-
-// The format a field's values display through: its private format, else the shared format it
-// names, else the document's default for its storage; null when there is none.
-const CFFormat* DisplayFormat(const CFMetaData& metadata, const CFField& field);
 
 // What a real value of a field of `storage` counts: days for dates, seconds for times and
 // timestamps, nothing for the rest.

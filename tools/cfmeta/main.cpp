@@ -135,7 +135,7 @@ void Format(const std::string& path, const std::string& fieldName,
                                   EntityText(CFField::kStorageTable, field->GetStorage())));
     }
   }
-  const CFFormat* format = DisplayFormat(*metadata, *field);
+  const CFFormat* format = metadata->GetDisplayFormat(*field);
   std::string out;
   CFFormat::ValueUnits units = UnitsOf(field->GetStorage());
   for (const CFDatum& value : values) out += Render(value, format, units) + '\n';
@@ -207,14 +207,21 @@ int main(int argc, char** argv) {
   std::vector<std::string> formatValues;
   CLI::App* show = app.add_subcommand(
       "show",
-      "Prints a table of the document's fields, then its record counts and shared formats.");
+      "Prints a table of the document's fields, then its record counts and shared formats. A "
+      "document that does not load is reported as check reports it.");
   show->add_option("FILE", showPath, "The metadata document")->required();
   CLI::App* check = app.add_subcommand(
       "check",
-      "Exits 0 when the document loads with at least one field; otherwise says why and exits 1.");
+      "Exits 0 when the document loads with at least one field; otherwise prints one line on "
+      "standard error and exits 1: 'FILE:LINE:COL: error: MESSAGE' for text that is not "
+      "well-formed XML, 'FILE: error: PATH: MESSAGE' for XML that does not load as metadata "
+      "(PATH is the offending element), 'FILE: error: MESSAGE' for a file that cannot be read, "
+      "is empty, holds a NUL byte or has no field.");
   check->add_option("FILE", checkPath, "The metadata document")->required();
   CLI::App* exportCmd = app.add_subcommand(
-      "export", "Loads the document and writes it again, normalised, to standard output.");
+      "export",
+      "Loads the document and writes it again, normalised, to standard output. A document that "
+      "does not load is reported as check reports it.");
   exportCmd->add_option("FILE", exportPath, "The metadata document")->required();
   CLI::App* format = app.add_subcommand(
       "format",

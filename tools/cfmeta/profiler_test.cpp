@@ -96,18 +96,14 @@ TEST(ProfilerTest, InfersStorageAndMeasurementLevel) {
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.cells);
-    std::string text = "x\n" + std::string(row.cells) + "\n";
-    for (char& c : text) c = c == '|' ? '\n' : c;
-    // Quote every cell so that empty cells survive as rows of their own.
-    std::string quoted = "x\n";
-    size_t start = 2;
-    while (start < text.size()) {
-      size_t end = text.find('\n', start);
-      std::string cell = text.substr(start, end - start);
-      quoted += cell.empty() ? "\"\"\n" : cell + "\n";
-      start = end + 1;
+    // Quote empty cells so that they survive as rows of their own.
+    std::string text = "x\n", cells = row.cells;
+    for (size_t start = 0, end = 0; end != std::string::npos; start = end + 1) {
+      end = cells.find('|', start);
+      std::string cell = cells.substr(start, end - start);
+      text += (cell.empty() ? "\"\"" : cell) + "\n";
     }
-    Profiled result = Profile(quoted);
+    Profiled result = Profile(text);
     ASSERT_EQ(1u, result.metadata->FieldCount());
     const CFField& field = *result.metadata->GetField(0u);
     EXPECT_EQ(row.storage, field.GetStorage());
@@ -241,10 +237,15 @@ TEST(ProfilerTest, BadInputNamesTheFileAndLine) {
 
 TEST(ProfilerTest, ColumnsWithoutDataLoadBack) {
   // A header alone, and columns whose cells are all empty, quoted or not.
-  for (const char* text : {"a,b\n", "a,b\n,\n\"\",\"\"\n"}) {
-    SCOPED_TRACE(text);
-    Profiled result = Profile(text);
+  struct Row {
+    const char* text;
+    double records;
+  } rows[] = {{"a,b\n", 0.0}, {"a,b\n,\n\"\",\"\"\n", 2.0}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.text);
+    Profiled result = Profile(row.text);
     ASSERT_EQ(2u, result.metadata->FieldCount());
+    EXPECT_EQ(row.records, result.metadata->GetRecordCount(false));
     for (unsigned int i = 0; i < 2; ++i) {
       const CFField& field = *result.metadata->GetField(i);
       EXPECT_EQ(CFField::StringStorage, field.GetStorage());

@@ -196,7 +196,7 @@ std::string CategorySummary(const CFCatStats& stats, const CFField& field, const
 }
 
 std::string Statistics(const CFMetaData& metadata, const CFField& field) {
-  const CFFormat* format = DisplayFormat(metadata, field);
+  const CFFormat* format = metadata.GetDisplayFormat(field);
   if (const CFContStats* stats = field.GetContStats())
     return ContinuousSummary(*stats, field, format);
   if (const CFCatStats* stats = field.GetCatStats()) return CategorySummary(*stats, field, format);
