@@ -102,6 +102,8 @@ void Profile(const ProfileArgs& args) {
   for (const std::string& warning : warnings) {
     std::cerr << "cfmeta: warning: " << name << ": " << warning << '\n';
   }
+  // A failed export is reported below; the XML layer's own words would land in the document.
+  metadata->SetMessageStream(nullptr);
   std::string xml;
   if (!metadata->ExportXMLDoc(xml)) {
     throw ToolError(fmt::format("{}: cannot write its metadata document", name));
