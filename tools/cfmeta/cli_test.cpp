@@ -259,7 +259,7 @@ TEST_F(CliTest, DocumentThatDoesNotLoadIsReportedInOneLine) {
       Result result = Run({command, row.path});
       EXPECT_EQ(1, result.status);
       EXPECT_EQ("", result.out);
-      EXPECT_EQ("cfmeta: " + row.path + row.message + "\n", result.err);
+      EXPECT_EQ(row.path + row.message + "\n", result.err);
     }
   }
 }

@@ -27,7 +27,8 @@ using CfExtension::CFXMLWrapper;
 
 // Every reason a document does not load reads as one line beginning with its file.
 ToolError LoadFailure(const std::string& path, const std::string& message) {
-  return ToolError(fmt::format("{}: error: {}", path, message));
+  return ToolError(fmt::format("{}: error: {}", path, message), kExitBadInput,
+                   ToolError::AsItStands);
 }
 
 std::string ReadFile(const std::string& path) {
@@ -87,7 +88,8 @@ std::unique_ptr<CFMetaData> LoadDocument(const std::string& path) {
     case CFLoadError::MalformedXML: {
       std::string message = error.message.empty() ? "the text does not parse" : error.message;
       if (error.line <= 0) throw LoadFailure(path, message);
-      throw ToolError(fmt::format("{}:{}:{}: error: {}", path, error.line, error.column, message));
+      throw ToolError(fmt::format("{}:{}:{}: error: {}", path, error.line, error.column, message),
+                      kExitBadInput, ToolError::AsItStands);
     }
     default:
       throw LoadFailure(path, error.path.empty()

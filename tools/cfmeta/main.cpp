@@ -248,7 +248,7 @@ int main(int argc, char** argv) {
     std::cout.flush();
     if (!std::cout) throw ToolError("standard output: cannot write");
   } catch (const ToolError& e) {
-    std::cerr << "cfmeta: " << e.what() << '\n';
+    std::cerr << (e.AfterTheToolName() ? "cfmeta: " : "") << e.what() << '\n';
     return e.ExitCode();
   } catch (const std::bad_alloc&) {
     std::cerr << "cfmeta: out of memory\n";

@@ -14,12 +14,18 @@ constexpr int kExitBadUsage = 2;
 
 class ToolError : public std::runtime_error {
  public:
-  explicit ToolError(const std::string& message, int exitCode = kExitBadInput)
-      : std::runtime_error(message), m_exitCode(exitCode) {}
+  // A message that names its own file as its first word ("FILE:LINE:COL: error: ...", which
+  // editors follow) is printed as it stands; any other after the tool's name.
+  enum Shape { AfterToolName, AsItStands };
+  explicit ToolError(const std::string& message, int exitCode = kExitBadInput,
+                     Shape shape = AfterToolName)
+      : std::runtime_error(message), m_exitCode(exitCode), m_shape(shape) {}
   int ExitCode() const { return m_exitCode; }
+  bool AfterTheToolName() const { return m_shape == AfterToolName; }
 
  private:
   int m_exitCode;
+  Shape m_shape;
 };
 
 }  // namespace cfmeta_tool
