@@ -3,13 +3,18 @@
 #include <gtest/gtest.h>
 
 #include <cctype>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "cfmeta/field/cffield_testutil.h"
+#include "cfmeta/field/cffieldparts_testutil.h"
 #include "cfmeta/field/cffieldread_internal.h"
-#include "cfmeta/format/cfformat.h"
+#include "cfmeta/field/cfgeo.h"
+#include "cfmeta/field/cfmodelfield.h"
+#include "cfmeta/format/cfnumberformat.h"
+#include "cfmeta/metadata/cfmetadata_testutil.h"
+#include "cfmeta/stats/cfcontstats.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/vocab/xmlelement.h"
 #include "cfmeta/xml/cfxml_testutil.h"
@@ -23,8 +28,10 @@ using Attributes = std::initializer_list<std::pair<std::string, std::string>>;
 using cfmeta_test::DatumText;
 using cfmeta_test::Describe;
 using cfmeta_test::MakeElement;
+using cfmeta_test::NumberFormat;
 using cfmeta_test::Parse;
 using cfmeta_test::ReadField;
+using cfmeta_test::WrittenField;
 
 const char* const kSubRole = "subRole";
 
@@ -38,17 +45,6 @@ std::string ValuesXml(std::initializer_list<std::string> values) {
     children += MakeElement(XMLElements::Value, {{XMLAttributes::Value, value}});
   }
   return MakeElement(XMLElements::Values, {}, children);
-}
-
-std::string NumberFormatXml(const std::string& width = "8") {
-  return MakeElement(XMLElements::NumberFormat,
-                     {{XMLAttributes::Name, "Money"},
-                      {XMLAttributes::Width, width},
-                      {XMLAttributes::Alignment, XMLEntities::Right},
-                      {XMLAttributes::FormatType, XMLEntities::Standard},
-                      {XMLAttributes::DecimalPlaces, "2"},
-                      {XMLAttributes::DecimalSymbol, XMLEntities::Period},
-                      {XMLAttributes::GroupingSymbol, XMLEntities::Comma}});
 }
 
 std::string DecoratedFormatXml(const std::string& width = "8") {
@@ -94,54 +90,6 @@ TEST(CFFieldTest, ReadsAttributes) {
   for (const auto& row : rows) {
     SCOPED_TRACE(row.first);
     EXPECT_EQ(row.second, Describe(ReadField(row.first)));
-  }
-}
-
-// Guards the tables themselves: a reader and a writer that share a wrong row still agree.
-TEST(CFFieldTest, EveryEntityTextReadsAsItsValue) {
-  struct Row {
-    const char* attribute;
-    const char* text;
-    int value;
-  };
-  const Row rows[] = {
-      {XMLAttributes::Measure, XMLEntities::Continuous, CFField::Continuous},
-      {XMLAttributes::Measure, XMLEntities::Nominal, CFField::Nominal},
-      {XMLAttributes::Measure, XMLEntities::Ordinal, CFField::Ordinal},
-      {XMLAttributes::Measure, XMLEntities::Flag, CFField::Flag},
-      {XMLAttributes::Measure, XMLEntities::Discrete, CFField::Discrete},
-      {XMLAttributes::Measure, XMLEntities::Typeless, CFField::Typeless},
-      {XMLAttributes::Measure, XMLEntities::Unknown, CFField::UnknownType},
-      {XMLAttributes::Storage, XMLEntities::Unknown, CFField::UnknownStorage},
-      {XMLAttributes::Storage, XMLEntities::Integer, CFField::IntegerStorage},
-      {XMLAttributes::Storage, XMLEntities::Real, CFField::RealStorage},
-      {XMLAttributes::Storage, XMLEntities::String, CFField::StringStorage},
-      {XMLAttributes::Storage, XMLEntities::Date, CFField::DateStorage},
-      {XMLAttributes::Storage, XMLEntities::Time, CFField::TimeStorage},
-      {XMLAttributes::StructureStorage, XMLEntities::Timestamp, CFField::TimestampStorage},
-      {XMLAttributes::Role, XMLEntities::Input, CFField::Input},
-      {XMLAttributes::Role, XMLEntities::Target, CFField::Target},
-      {XMLAttributes::Role, XMLEntities::Both, CFField::Both},
-      {XMLAttributes::Role, XMLEntities::Partition, CFField::Partition},
-      {XMLAttributes::Role, XMLEntities::Split, CFField::Split},
-      {XMLAttributes::Role, XMLEntities::FreqWeight, CFField::FreqWeight},
-      {XMLAttributes::Role, XMLEntities::RecordId, CFField::RecordId},
-      {XMLAttributes::Role, XMLEntities::None, CFField::NoRole},
-      {XMLAttributes::Structure, XMLEntities::List, CFField::List},
-      {XMLAttributes::Structure, XMLEntities::Primitive, CFField::Primitive},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(std::string(row.attribute) + "=" + row.text);
-    const CFField field =
-        ReadField(FieldXml({{XMLAttributes::Name, "f"}, {row.attribute, row.text}}));
-    const std::string attribute = row.attribute;
-    const int value = attribute == XMLAttributes::Measure   ? field.GetType()
-                      : attribute == XMLAttributes::Storage ? field.GetStorage()
-                      : attribute == XMLAttributes::Role    ? field.GetRole()
-                      : attribute == XMLAttributes::Structure
-                          ? static_cast<int>(field.GetStructure())
-                          : field.GetStructureStorage();
-    EXPECT_EQ(row.value, value);
   }
 }
 
@@ -278,12 +226,7 @@ TEST(CFFieldTest, MissingValuesFollowTheStorage) {
     CFField field = ReadField(
         FieldXml({{XMLAttributes::Name, "f"}, {XMLAttributes::Storage, row.storage}}, row.missing));
     ASSERT_EQ("f", field.GetName());
-    const CFMissingValues& missing = field.GetMissingValues();
-    EXPECT_EQ(row.expected, DatumText(missing.GetMissingRange().GetLimits().first) + ".." +
-                                DatumText(missing.GetMissingRange().GetLimits().second) +
-                                Describe(missing.GetMissingValueList()) +
-                                (missing.IsNullMissing() ? "N" : "") +
-                                (missing.IsWhiteSpMissing() ? "W" : ""));
+    EXPECT_EQ(row.expected, Describe(field.GetMissingValues()));
   }
 }
 
@@ -299,31 +242,24 @@ TEST(CFFieldTest, FormatMustSuitTheStorage) {
   auto formatXml = [](const std::string& format) {
     return MakeElement(XMLElements::FieldFormat, {}, format);
   };
-  const std::string named = MakeElement(
-      XMLElements::FieldFormat, {{XMLAttributes::UseNamedFormat, "Shared"}}, NumberFormatXml());
+  auto namedXml = [](const std::string& format) {
+    return MakeElement(XMLElements::FieldFormat, {{XMLAttributes::UseNamedFormat, "Shared"}},
+                       format);
+  };
+  const std::string number = formatXml(NumberFormat("Money", 8));
   const Row rows[] = {
-      {XMLEntities::Real, MakeElement(XMLElements::FieldFormat, {}, NumberFormatXml()), true, "",
-       true},
-      {XMLEntities::Integer, MakeElement(XMLElements::FieldFormat, {}, NumberFormatXml()), true, "",
-       true},
+      {XMLEntities::Real, number, true, "", true},
+      {XMLEntities::Integer, number, true, "", true},
       // A named format wins over the element's own format, which is not even read.
-      {XMLEntities::Real, named, true, "Shared", false},
-      {XMLEntities::Date, named, true, "Shared", false},
-      {XMLEntities::Real,
-       MakeElement(XMLElements::FieldFormat, {{XMLAttributes::UseNamedFormat, "Shared"}},
-                   MakeElement("Bogus", {})),
-       true, "Shared", false},
+      {XMLEntities::Real, namedXml(NumberFormat("Money", 8)), true, "Shared", false},
+      {XMLEntities::Date, namedXml(NumberFormat("Money", 8)), true, "Shared", false},
+      {XMLEntities::Real, namedXml(MakeElement("Bogus", {})), true, "Shared", false},
       {XMLEntities::Real, MakeElement(XMLElements::FieldFormat, {}), true, "", false},
-      {XMLEntities::Date, MakeElement(XMLElements::FieldFormat, {}, NumberFormatXml()), false, "",
-       false},
-      {XMLEntities::String, MakeElement(XMLElements::FieldFormat, {}, NumberFormatXml()), false, "",
-       false},
-      {XMLEntities::Unknown, MakeElement(XMLElements::FieldFormat, {}, NumberFormatXml()), false,
-       "", false},
-      {XMLEntities::Real, MakeElement(XMLElements::FieldFormat, {}, NumberFormatXml("0")), false,
-       "", false},
-      {XMLEntities::Real, MakeElement(XMLElements::FieldFormat, {}, MakeElement("Bogus", {})),
-       false, "", false},
+      {XMLEntities::Date, number, false, "", false},
+      {XMLEntities::String, number, false, "", false},
+      {XMLEntities::Unknown, number, false, "", false},
+      {XMLEntities::Real, formatXml(NumberFormat("Money", 0)), false, "", false},
+      {XMLEntities::Real, formatXml(MakeElement("Bogus", {})), false, "", false},
       {XMLEntities::Real, formatXml(DecoratedFormatXml()), true, "", true, 'c'},
       {XMLEntities::Integer, formatXml(DecoratedFormatXml()), true, "", true, 'c'},
       {XMLEntities::String, formatXml(DecoratedFormatXml()), false, "", false},
@@ -356,9 +292,7 @@ TEST(CFFieldTest, BaseFieldsDoNotNest) {
 
   CFField field = ReadField(xml);
   ASSERT_NE(nullptr, field.GetBaseField());
-  EXPECT_EQ("b", field.GetBaseField()->GetName());
-  EXPECT_EQ(CFField::RealStorage, field.GetBaseField()->GetStorage());
-  EXPECT_EQ(nullptr, field.GetBaseField()->GetBaseField());
+  EXPECT_EQ("b|6|2|7|1|0||0|-1|-1||1..0|[]|1..0[]N|[]||", Describe(*field.GetBaseField()));
 
   // Read as a base field itself, the element's base-field child is ignored.
   CFField asBase = ReadField(xml, true);
@@ -366,37 +300,44 @@ TEST(CFFieldTest, BaseFieldsDoNotNest) {
   EXPECT_EQ(nullptr, asBase.GetBaseField());
 }
 
+// Compared through the written element, which holds every part a field owns.
 TEST(CFFieldTest, CopiesAreDeep) {
-  const std::string xml = FieldXml(
-      {{XMLAttributes::Name, "Income"},
-       {XMLAttributes::Storage, XMLEntities::Real},
-       {XMLAttributes::Measure, XMLEntities::Continuous}},
-      MakeElement(XMLElements::Range, {{XMLAttributes::MinValue, "0"}}) +
-          MakeElement(XMLElements::FieldFormat, {}, DecoratedFormatXml()) +
-          MakeElement(XMLElements::BaseField,
-                      {{XMLAttributes::Name, "Raw"}, {XMLAttributes::Storage, XMLEntities::Real}},
-                      MakeElement(XMLElements::FieldFormat, {}, NumberFormatXml("12"))));
-  auto original = std::make_unique<CFField>(ReadField(xml));
-  const std::string expected = Describe(*original);
-  ASSERT_NE(nullptr, original->GetPrivateFormat());
-  ASSERT_NE(nullptr, original->GetBaseField());
-  ASSERT_NE(nullptr, original->GetBaseField()->GetPrivateFormat());
+  const CFNumberFormat format(CFNumberFormat::Standard, 12, 2);
+  CFField base("Raw", CFField::RealStorage, CFField::Continuous);
+  ASSERT_TRUE(base.SetPrivateFormat(&format));
+  auto original = std::make_unique<CFField>("Income", CFField::RealStorage, CFField::Continuous);
+  ASSERT_TRUE(original->SetRange(CFRange(CFDatum(0.0), CFDatum())));
+  ASSERT_TRUE(original->SetPrivateFormat(&format));
+  original->SetBaseField(base);
+  const CFModelField modelField(CFModelField::MFClusterId, "k-means", CFModelField::NoRuleFeature);
+  ASSERT_TRUE(original->SetModelField(&modelField));
+  CFGeo geo;
+  geo.SetWkid(4326);
+  ASSERT_TRUE(original->SetGeo(&geo));
+  CFContStatsDbl stats;
+  stats.Update(2.5);
+  ASSERT_TRUE(original->SetSumStats(&stats));
+  const std::string expected = WrittenField(*original);
+  ASSERT_NE("", expected);
 
   CFField copy(*original);
-  CFField assigned = ReadField(FieldXml({{XMLAttributes::Name, "other"}}));
+  CFField assigned("other", CFField::IntegerStorage, CFField::Nominal);
   assigned = *original;
   EXPECT_NE(original->GetPrivateFormat(), copy.GetPrivateFormat());
   EXPECT_NE(original->GetBaseField(), copy.GetBaseField());
   EXPECT_NE(original->GetBaseField()->GetPrivateFormat(), copy.GetBaseField()->GetPrivateFormat());
+  EXPECT_NE(original->GetModelField(), assigned.GetModelField());
+  EXPECT_NE(original->GetGeo(), assigned.GetGeo());
+  EXPECT_NE(original->GetContStats(), copy.GetContStats());
   original.reset();
-  EXPECT_EQ(expected, Describe(copy));
-  EXPECT_EQ(expected, Describe(assigned));
+  EXPECT_EQ(expected, WrittenField(copy));
+  EXPECT_EQ(expected, WrittenField(assigned));
 
   CFField& self = assigned;
   assigned = self;
-  EXPECT_EQ(expected, Describe(assigned));
+  EXPECT_EQ(expected, WrittenField(assigned));
   CFField moved(std::move(copy));
-  EXPECT_EQ(expected, Describe(moved));
+  EXPECT_EQ(expected, WrittenField(moved));
 }
 
 TEST(CFFieldTest, BothDataValueReadersAgree) {
@@ -440,39 +381,59 @@ TEST(CFFieldTest, BothDataValueReadersAgree) {
     EXPECT_EQ(row.status, statusElement);
     EXPECT_EQ(row.value, DatumText(fromWrapper));
     EXPECT_EQ(row.value, DatumText(fromElement));
-    if (!fromWrapper.IsNull()) {
-      EXPECT_EQ(row.type, fromWrapper.GetType());
-    }
-    if (!fromElement.IsNull()) {
-      EXPECT_EQ(row.type, fromElement.GetType());
+    for (const CFDatum* datum : {&fromWrapper, &fromElement}) {
+      if (!datum->IsNull()) {
+        EXPECT_EQ(row.type, datum->GetType());
+      }
     }
   }
 }
 
+// Guards the tables themselves: a reader and a writer that share a wrong row still agree.
 TEST(CFFieldTest, TableLookupsTakeTheFirstExactMatch) {
   const std::string otherCase = Capitalised(XMLEntities::Point);
   struct Row {
-    const char* what;
     const CFField::EntityRow* table;
     const char* text;
     int value;  // -1 when not found
   };
   const Row rows[] = {
-      {"storage unknown", CFField::kStorageTable, XMLEntities::Unknown, CFField::UnknownStorage},
-      {"measure unknown", CFField::kMeasureTable, XMLEntities::Unknown, CFField::UnknownType},
-      {"structure", CFField::kStructureTable, XMLEntities::List, CFField::List},
-      {"model role literal", CFField::kModelFieldRoleTable, "cumulativeHazard", 14},
-      {"model role entity", CFField::kModelFieldRoleTable, XMLEntities::Derived, 18},
-      {"no rule feature", CFField::kRuleFeatureTable, "", 7},
-      {"rule feature", CFField::kRuleFeatureTable, XMLEntities::Lift, 6},
-      {"geometry", CFField::kGeoTypeTable, XMLEntities::MultiPolygon, 5},
-      {"partition", CFField::kPartitionTable, XMLEntities::Training, 1},
-      {"null text", CFField::kPartitionTable, nullptr, -1},
-      {"empty text", CFField::kPartitionTable, "", -1},
-      {"other case", CFField::kGeoTypeTable, otherCase.c_str(), -1},
+      {CFField::kMeasureTable, XMLEntities::Continuous, CFField::Continuous},
+      {CFField::kMeasureTable, XMLEntities::Nominal, CFField::Nominal},
+      {CFField::kMeasureTable, XMLEntities::Ordinal, CFField::Ordinal},
+      {CFField::kMeasureTable, XMLEntities::Flag, CFField::Flag},
+      {CFField::kMeasureTable, XMLEntities::Discrete, CFField::Discrete},
+      {CFField::kMeasureTable, XMLEntities::Typeless, CFField::Typeless},
+      {CFField::kMeasureTable, XMLEntities::Unknown, CFField::UnknownType},
+      {CFField::kStorageTable, XMLEntities::Unknown, CFField::UnknownStorage},
+      {CFField::kStorageTable, XMLEntities::Integer, CFField::IntegerStorage},
+      {CFField::kStorageTable, XMLEntities::Real, CFField::RealStorage},
+      {CFField::kStorageTable, XMLEntities::String, CFField::StringStorage},
+      {CFField::kStorageTable, XMLEntities::Date, CFField::DateStorage},
+      {CFField::kStorageTable, XMLEntities::Time, CFField::TimeStorage},
+      {CFField::kStorageTable, XMLEntities::Timestamp, CFField::TimestampStorage},
+      {CFField::kRoleTable, XMLEntities::Input, CFField::Input},
+      {CFField::kRoleTable, XMLEntities::Target, CFField::Target},
+      {CFField::kRoleTable, XMLEntities::Both, CFField::Both},
+      {CFField::kRoleTable, XMLEntities::Partition, CFField::Partition},
+      {CFField::kRoleTable, XMLEntities::Split, CFField::Split},
+      {CFField::kRoleTable, XMLEntities::FreqWeight, CFField::FreqWeight},
+      {CFField::kRoleTable, XMLEntities::RecordId, CFField::RecordId},
+      {CFField::kRoleTable, XMLEntities::None, CFField::NoRole},
+      {CFField::kStructureTable, XMLEntities::List, CFField::List},
+      {CFField::kStructureTable, XMLEntities::Primitive, CFField::Primitive},
+      {CFField::kModelFieldRoleTable, "cumulativeHazard", 14},
+      {CFField::kModelFieldRoleTable, XMLEntities::Derived, 18},
+      {CFField::kRuleFeatureTable, "", 7},
+      {CFField::kRuleFeatureTable, XMLEntities::Lift, 6},
+      {CFField::kGeoTypeTable, XMLEntities::MultiPolygon, 5},
+      {CFField::kPartitionTable, XMLEntities::Training, 1},
+      {CFField::kPartitionTable, nullptr, -1},
+      {CFField::kPartitionTable, "", -1},
+      {CFField::kGeoTypeTable, otherCase.c_str(), -1},
   };
   for (const Row& row : rows) {
-    SCOPED_TRACE(row.what);
+    SCOPED_TRACE(row.text != nullptr ? row.text : "(null)");
     const int position = cfmeta_internal::FindStrInList(row.text, row.table);
     EXPECT_EQ(row.value, position < 0 ? -1 : static_cast<int>(row.table[position].value));
   }

@@ -47,9 +47,16 @@ inline std::string Describe(const std::vector<CFValue>& values) {
   return text + "]";
 }
 
+// The missing-value range, list and switches (N: null, W: white space) as one text.
+inline std::string Describe(const CFMissingValues& missing) {
+  return DatumText(missing.GetMissingRange().GetLimits().first) + ".." +
+         DatumText(missing.GetMissingRange().GetLimits().second) +
+         Describe(missing.GetMissingValueList()) + (missing.IsNullMissing() ? "N" : "") +
+         (missing.IsWhiteSpMissing() ? "W" : "");
+}
+
 // Every member of a field as one text, so that two fields compare in one check.
 inline std::string Describe(const CFField& field) {
-  const CFMissingValues& missing = field.GetMissingValues();
   std::string text =
       field.GetName() + "|" + std::to_string(field.GetType()) + "|" +
       std::to_string(field.GetStorage()) + "|" + std::to_string(field.GetRole()) + "|" +
@@ -58,10 +65,7 @@ inline std::string Describe(const CFField& field) {
       std::to_string(field.GetDepth()) + "|" + std::to_string(field.GetElementCount()) + "|" +
       field.GetLabel() + "|" + DatumText(field.GetRange().GetLimits().first) + ".." +
       DatumText(field.GetRange().GetLimits().second) + "|" + Describe(field.GetValues()) + "|" +
-      DatumText(missing.GetMissingRange().GetLimits().first) + ".." +
-      DatumText(missing.GetMissingRange().GetLimits().second) +
-      Describe(missing.GetMissingValueList()) + (missing.IsNullMissing() ? "N" : "") +
-      (missing.IsWhiteSpMissing() ? "W" : "") + "|" + Describe(field.GetValueLabels()) + "|" +
+      Describe(field.GetMissingValues()) + "|" + Describe(field.GetValueLabels()) + "|" +
       field.GetFormatReference() + "|";
   if (field.GetPrivateFormat() != nullptr) {
     text += field.GetPrivateFormat()->GetFormatClass() + field.GetPrivateFormat()->GetName() +

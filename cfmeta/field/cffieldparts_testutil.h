@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "cfmeta/field/cffield.h"
 #include "cfmeta/field/cffield_testutil.h"
 #include "cfmeta/field/cfgeo.h"
 #include "cfmeta/field/cfmodelfield.h"
@@ -34,6 +35,28 @@ std::string WrittenText(Write write) {
     return "";
   }
   return Serialise(*created);
+}
+
+// The text `field` writes under a fresh root, as WrittenText gives it.
+inline std::string WrittenField(const CFField& field, bool isBaseField = false) {
+  return WrittenText([&](CfExtension::CFXMLWrapper& parent, CfExtension::CFXMLWrapper*& created) {
+    field.AddToTree(parent, created, isBaseField);
+  });
+}
+
+// The names of the root element's children in `xml`, in document order.
+inline std::vector<std::string> ChildNames(const std::string& xml) {
+  auto doc = Parse(xml);
+  CfExtension::CFXMLIteratorWrapper* it = nullptr;
+  EXPECT_EQ(0, doc->getElementDirectIterator("", &it));
+  std::vector<std::string> names;
+  std::string name;
+  for (CfExtension::CFXMLWrapper* child = it->nextElement(); child != nullptr;
+       child = it->nextElement()) {
+    child->getName(name);
+    names.push_back(name);
+  }
+  return names;
 }
 
 // An element as the document serialises it: attributes sorted by name, whatever order they

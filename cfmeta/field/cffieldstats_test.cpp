@@ -1,28 +1,21 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <memory>
 #include <string>
 #include <typeinfo>
 #include <vector>
 
 #include "cfmeta/field/cffield.h"
-#include "cfmeta/field/cffield_testutil.h"
-#include "cfmeta/format/cfnumberformat.h"
+#include "cfmeta/field/cffieldparts_testutil.h"
 #include "cfmeta/stats/cfcatstatsimp.h"
 #include "cfmeta/stats/cfcontstats.h"
 #include "cfmeta/vocab/cfvocabulary.h"
-#include "cfmeta/xml/cfxml_testutil.h"
-#include "cfmeta/xml/cfxmliteratorwrapper.h"
-#include "cfmeta/xml/cfxmlwrapper.h"
 
 namespace {
 
-using cfmeta_test::ReadField;
-
-using CfExtension::CFXMLIteratorWrapper;
-using CfExtension::CFXMLWrapper;
 using cfmeta_test::MakeElement;
+using cfmeta_test::ReadField;
+using cfmeta_test::WrittenField;
 namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
 namespace XMLElements = CfCppHelperV1::XMLElements;
 namespace XMLEntities = CfCppHelperV1::XMLEntities;
@@ -33,25 +26,6 @@ std::string FieldXml(const char* storage, const char* measure, const std::string
                       {XMLAttributes::Storage, storage},
                       {XMLAttributes::Measure, measure}},
                      children);
-}
-
-// Writes `field`, reads the written element back, and lists the written element's children.
-CFField WriteAndRead(const CFField& field, std::vector<std::string>* childNames = nullptr) {
-  auto doc = cfmeta_test::NewDocument();
-  CFXMLWrapper* created = nullptr;
-  field.AddToTree(*doc, created, false);
-  EXPECT_NE(nullptr, created);
-  if (created == nullptr) return CFField();
-  if (childNames != nullptr) {
-    CFXMLIteratorWrapper* it = nullptr;
-    created->getElementDirectIterator("", &it);
-    std::string name;
-    for (CFXMLWrapper* child = it->nextElement(); child != nullptr; child = it->nextElement()) {
-      child->getName(name);
-      childNames->push_back(name);
-    }
-  }
-  return ReadField(cfmeta_test::Serialise(*created));
 }
 
 std::string Category(const std::string& value, const std::string& weight) {
@@ -75,8 +49,8 @@ std::string Continuous(const std::string& sumFreq) {
 
 // A field's storage and measure with the statistics to give it: one of `cat` and `cont`.
 struct StatsRow {
-  const char* storage;
-  const char* measure;
+  CFField::StorageType storage;
+  CFField::FieldType type;
   const CFCatStats* cat;
   const CFContStats* cont;
 };
@@ -184,47 +158,28 @@ TEST(CFFieldStatsTest, SetStatisticsRoundTripAfterTheFormatAndBeforeTheBaseField
   for (double x : {1.0, 2.0, 3.0}) doubles.Update(x);
 
   const StatsRow rows[] = {
-      {XMLEntities::Integer, XMLEntities::Nominal, &ints, nullptr},
-      {XMLEntities::String, XMLEntities::Ordinal, &strs, nullptr},
-      {XMLEntities::Timestamp, XMLEntities::Discrete, &reals, nullptr},
-      {XMLEntities::Integer, XMLEntities::Continuous, nullptr, &bigInts},
-      {XMLEntities::Real, XMLEntities::Continuous, nullptr, &doubles},
+      {CFField::IntegerStorage, CFField::Nominal, &ints, nullptr},
+      {CFField::StringStorage, CFField::Ordinal, &strs, nullptr},
+      {CFField::TimestampStorage, CFField::Discrete, &reals, nullptr},
+      {CFField::IntegerStorage, CFField::Continuous, nullptr, &bigInts},
+      {CFField::RealStorage, CFField::Continuous, nullptr, &doubles},
   };
-  const std::string base = MakeElement(XMLElements::BaseField, {{XMLAttributes::Name, "B"}});
-  const std::string format =
-      MakeElement(XMLElements::FieldFormat, {{XMLAttributes::UseNamedFormat, "Shared"}});
   for (const StatsRow& row : rows) {
-    SCOPED_TRACE(std::string(row.storage) + " " + row.measure);
-    CFField field = ReadField(FieldXml(row.storage, row.measure, format + base));
-    ASSERT_EQ("F", field.GetName());
+    SCOPED_TRACE(std::to_string(row.storage) + " " + std::to_string(row.type));
+    CFField field("F", row.storage, row.type);
+    ASSERT_TRUE(field.SetFormatReference("Shared"));
+    field.SetBaseField(CFField("B", CFField::UnknownStorage, CFField::UnknownType));
     ASSERT_TRUE(row.cat != nullptr ? field.SetSumStats(row.cat) : field.SetSumStats(row.cont));
 
-    // The field holds a copy, and so do copies of the field.
-    CFField copy(field);
-    CFField assigned;
-    assigned = field;
-    for (const CFField* f : {&field, &copy, &assigned}) {
-      if (row.cat != nullptr) {
-        EXPECT_NE(row.cat, f->GetCatStats());
-        ExpectSameCats(*row.cat, f->GetCatStats());
-      } else {
-        EXPECT_NE(row.cont, f->GetContStats());
-        ExpectSameCont(*row.cont, f->GetContStats());
-      }
-    }
-    EXPECT_NE(field.GetCatStats() != nullptr ? static_cast<const void*>(field.GetCatStats())
-                                             : field.GetContStats(),
-              copy.GetCatStats() != nullptr ? static_cast<const void*>(copy.GetCatStats())
-                                            : copy.GetContStats());
-
-    std::vector<std::string> children;
-    CFField back = WriteAndRead(field, &children);
-    ASSERT_EQ("F", back.GetName());
+    // Written from a copy, which must hold statistics of its own.
+    const std::string text = WrittenField(CFField(field));
     const char* statsName =
         row.cat != nullptr ? XMLElements::DiscreteStatistics : XMLElements::ContinuousStatistics;
     EXPECT_EQ(
         (std::vector<std::string>{XMLElements::FieldFormat, statsName, XMLElements::BaseField}),
-        children);
+        cfmeta_test::ChildNames(text));
+    const CFField back = ReadField(text);
+    ASSERT_EQ("F", back.GetName());
     if (row.cat != nullptr) {
       ExpectSameCats(*row.cat, back.GetCatStats());
       EXPECT_EQ(nullptr, back.GetContStats());
@@ -248,31 +203,30 @@ TEST(CFFieldStatsTest, SetSumStatsRefusesTheWrongClassOrMeasure) {
   dblCont.Update(4.0);
 
   const StatsRow refused[] = {
-      {XMLEntities::Integer, XMLEntities::Nominal, &strs, nullptr},
-      {XMLEntities::Integer, XMLEntities::Nominal, &reals, nullptr},
-      {XMLEntities::String, XMLEntities::Flag, &ints, nullptr},
-      {XMLEntities::Real, XMLEntities::Ordinal, &ints, nullptr},
-      {XMLEntities::Integer, XMLEntities::Continuous, &ints, nullptr},  // not categorical
-      {XMLEntities::Integer, XMLEntities::Typeless, &ints, nullptr},
-      {XMLEntities::Integer, XMLEntities::Continuous, nullptr, &dblCont},
-      {XMLEntities::Date, XMLEntities::Continuous, nullptr, &intCont},
-      {XMLEntities::Unknown, XMLEntities::Continuous, nullptr, &dblCont},
-      {XMLEntities::Unknown, XMLEntities::Continuous, nullptr, &intCont},
-      {XMLEntities::String, XMLEntities::Continuous, nullptr, &dblCont},
-      {XMLEntities::Real, XMLEntities::Nominal, nullptr, &dblCont},  // not continuous
-      {XMLEntities::Real, XMLEntities::Unknown, nullptr, &dblCont},
+      {CFField::IntegerStorage, CFField::Nominal, &strs, nullptr},
+      {CFField::IntegerStorage, CFField::Nominal, &reals, nullptr},
+      {CFField::StringStorage, CFField::Flag, &ints, nullptr},
+      {CFField::RealStorage, CFField::Ordinal, &ints, nullptr},
+      {CFField::IntegerStorage, CFField::Continuous, &ints, nullptr},  // not categorical
+      {CFField::IntegerStorage, CFField::Typeless, &ints, nullptr},
+      {CFField::IntegerStorage, CFField::Continuous, nullptr, &dblCont},
+      {CFField::DateStorage, CFField::Continuous, nullptr, &intCont},
+      {CFField::UnknownStorage, CFField::Continuous, nullptr, &dblCont},
+      {CFField::UnknownStorage, CFField::Continuous, nullptr, &intCont},
+      {CFField::StringStorage, CFField::Continuous, nullptr, &dblCont},
+      {CFField::RealStorage, CFField::Nominal, nullptr, &dblCont},  // not continuous
+      {CFField::RealStorage, CFField::UnknownType, nullptr, &dblCont},
   };
   for (const StatsRow& row : refused) {
-    SCOPED_TRACE(std::string(row.storage) + " " + row.measure);
-    CFField field = ReadField(FieldXml(row.storage, row.measure));
-    ASSERT_EQ("F", field.GetName());
+    SCOPED_TRACE(std::to_string(row.storage) + " " + std::to_string(row.type));
+    CFField field("F", row.storage, row.type);
     EXPECT_FALSE(row.cat != nullptr ? field.SetSumStats(row.cat) : field.SetSumStats(row.cont));
     EXPECT_EQ(nullptr, field.GetCatStats());
     EXPECT_EQ(nullptr, field.GetContStats());
   }
 
   // A refusal keeps what the field held; null drops it.
-  CFField held = ReadField(FieldXml(XMLEntities::Integer, XMLEntities::Nominal));
+  CFField held("F", CFField::IntegerStorage, CFField::Nominal);
   ASSERT_TRUE(held.SetSumStats(&ints));
   EXPECT_FALSE(held.SetSumStats(&strs));
   ExpectSameCats(ints, held.GetCatStats());
@@ -286,16 +240,18 @@ TEST(CFFieldStatsTest, SetSumStatsRefusesTheWrongClassOrMeasure) {
 }
 
 TEST(CFFieldStatsTest, ChangingTheMeasureDropsStatisticsThatNoLongerFit) {
-  CFField continuous =
-      ReadField(FieldXml(XMLEntities::Real, XMLEntities::Continuous, Continuous("3")));
-  ASSERT_NE(nullptr, continuous.GetContStats());
+  CFContStatsDbl doubles;
+  doubles.Update(2.0);
+  CFField continuous("F", CFField::RealStorage, CFField::Continuous);
+  ASSERT_TRUE(continuous.SetSumStats(&doubles));
   ASSERT_TRUE(continuous.SetFieldType(CFField::Continuous));
   EXPECT_NE(nullptr, continuous.GetContStats());
   ASSERT_TRUE(continuous.SetFieldType(CFField::Nominal));
   EXPECT_EQ(nullptr, continuous.GetContStats());
-  EXPECT_EQ(nullptr, WriteAndRead(continuous).GetContStats());
+  EXPECT_EQ(nullptr, ReadField(WrittenField(continuous)).GetContStats());
 
-  const std::string cats = Discrete(Category("1", "2"));
+  CFCatStatsInt ints;
+  ints.Update(1, 2.0);
   struct Row {
     CFField::FieldType type;
     bool keeps;
@@ -306,8 +262,8 @@ TEST(CFFieldStatsTest, ChangingTheMeasureDropsStatisticsThatNoLongerFit) {
                       {CFField::UnknownType, false}};
   for (const Row& row : rows) {
     SCOPED_TRACE(row.type);
-    CFField field = ReadField(FieldXml(XMLEntities::Integer, XMLEntities::Nominal, cats));
-    ASSERT_NE(nullptr, field.GetCatStats());
+    CFField field("F", CFField::IntegerStorage, CFField::Nominal);
+    ASSERT_TRUE(field.SetSumStats(&ints));
     ASSERT_TRUE(field.SetFieldType(row.type));
     EXPECT_EQ(row.keeps, field.GetCatStats() != nullptr);
     EXPECT_EQ(nullptr, field.GetContStats());

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -9,63 +8,88 @@
 #include "cfmeta/field/cffieldparts_testutil.h"
 #include "cfmeta/format/cfnumberformat.h"
 #include "cfmeta/vocab/cfvocabulary.h"
-#include "cfmeta/xml/cfxml_testutil.h"
-#include "cfmeta/xml/cfxmliteratorwrapper.h"
-#include "cfmeta/xml/cfxmlwrapper.h"
 
 namespace {
 
+using cfmeta_test::Describe;
 using cfmeta_test::ReadField;
-
-using CfExtension::CFXMLIteratorWrapper;
-using CfExtension::CFXMLWrapper;
-using cfmeta_test::MakeElement;
+using cfmeta_test::SerialisedElement;
+using cfmeta_test::WrittenField;
 namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
 namespace XMLElements = CfCppHelperV1::XMLElements;
 namespace XMLEntities = CfCppHelperV1::XMLEntities;
 
-// Writes `field` under a fresh root and returns the written element's text, or "" when the
-// write failed (the root must then have no child).
-std::string Write(const CFField& field, bool isBase = false) {
-  return cfmeta_test::WrittenText([&](CFXMLWrapper& parent, CFXMLWrapper*& created) {
-    field.AddToTree(parent, created, isBase);
-  });
+// A field element as written: `element` named `name`, with the four attributes every field
+// writes, then `children`.
+std::string Written(const char* element, const std::string& name, const char* storage,
+                    const char* measure, const char* role = XMLEntities::Input,
+                    const std::string& children = "") {
+  return SerialisedElement(element,
+                           {{XMLAttributes::Name, name},
+                            {XMLAttributes::Storage, storage},
+                            {XMLAttributes::Measure, measure},
+                            {XMLAttributes::Role, role}},
+                           children);
 }
 
-std::string Attr(const char* name, const std::string& value) {
-  return std::string(name) + "=\"" + value + "\"";
-}
+// A field writes exactly its element, leaving out what it does not hold, and the element reads
+// back as the same field; what cannot be written writes nothing and leaves the parent as it was.
+TEST(CFFieldWriteTest, WritesExactlyItsElement) {
+  CFField noRole("Q1", CFField::UnknownStorage, CFField::Nominal);
+  noRole.SetRole(CFField::NoRole);
+  // Only treat-null false is still a definition, written with both flags.
+  ASSERT_TRUE(noRole.SetMissingValues(CFMissingValues(CFRange(), {}, false, false)));
+  const std::string missing = SerialisedElement(
+      XMLElements::MissingValues, {{XMLAttributes::TreatNullAsMissing, XMLEntities::False},
+                                   {XMLAttributes::TreatWhitespaceAsMissing, XMLEntities::False}});
 
-// A field built in code writes exactly the element whose reading gives it back, and takes
-// setters; what cannot be written gives the default field.
-TEST(CFFieldWriteTest, FieldBuiltInCodeWritesItsOwnElement) {
+  // The reference wins over the private format, which it drops.
+  CFField income("Income", CFField::RealStorage, CFField::Continuous);
+  const CFNumberFormat format(CFNumberFormat::Standard, 10, 2);
+  ASSERT_TRUE(income.SetPrivateFormat(&format));
+  ASSERT_TRUE(income.SetFormatReference("Money"));
+  income.SetBaseField(CFField("IncomeRaw", CFField::RealStorage, CFField::Continuous));
+  const std::string reference =
+      SerialisedElement(XMLElements::FieldFormat, {{XMLAttributes::UseNamedFormat, "Money"}});
+  const char* const kReal = XMLEntities::Real;
+  const char* const kContinuous = XMLEntities::Continuous;
+
+  CFField badRole("R", CFField::RealStorage, CFField::Continuous);
+  badRole.SetRole(static_cast<CFField::RoleType>(42));
+  CFField badStructure("R", CFField::RealStorage, CFField::Continuous);
+  badStructure.SetStructure(static_cast<CFField::StructureType>(9));
+
   const struct {
-    CFField::StorageType storage;
-    const char* storageText;
-    CFField::FieldType type;
-    const char* typeText;
+    CFField field;
+    bool isBase;
+    std::string expected;  // "" when nothing is written
   } rows[] = {
-      {CFField::IntegerStorage, XMLEntities::Integer, CFField::Nominal, XMLEntities::Nominal},
-      {CFField::TimestampStorage, XMLEntities::Timestamp, CFField::Continuous,
-       XMLEntities::Continuous},
-      {CFField::UnknownStorage, XMLEntities::Unknown, CFField::UnknownType, XMLEntities::Unknown},
+      {CFField("a<b", CFField::IntegerStorage, CFField::Nominal), false,
+       Written(XMLElements::Field, "a<b", XMLEntities::Integer, XMLEntities::Nominal)},
+      {CFField("a<b", CFField::TimestampStorage, CFField::Continuous), false,
+       Written(XMLElements::Field, "a<b", XMLEntities::Timestamp, kContinuous)},
+      {CFField("a<b", CFField::UnknownStorage, CFField::UnknownType), false,
+       Written(XMLElements::Field, "a<b", XMLEntities::Unknown, XMLEntities::Unknown)},
+      {noRole, false,
+       Written(XMLElements::Field, "Q1", XMLEntities::Unknown, XMLEntities::Nominal,
+               XMLEntities::None, missing)},
+      {income, false,
+       Written(XMLElements::Field, "Income", kReal, kContinuous, XMLEntities::Input,
+               reference + Written(XMLElements::BaseField, "IncomeRaw", kReal, kContinuous))},
+      // Written as a base field itself, it carries no base field of its own.
+      {income, true,
+       Written(XMLElements::BaseField, "Income", kReal, kContinuous, XMLEntities::Input,
+               reference)},
+      {badRole, false, ""},
+      {badStructure, false, ""},
   };
   for (const auto& row : rows) {
-    SCOPED_TRACE(row.storageText);
-    const CFField built("a<b", row.storage, row.type);
-    // The serialiser writes attributes in name order.
-    const std::string element =
-        MakeElement(XMLElements::Field, {{XMLAttributes::Measure, row.typeText},
-                                         {XMLAttributes::Name, "a<b"},
-                                         {XMLAttributes::Role, XMLEntities::Input},
-                                         {XMLAttributes::Storage, row.storageText}});
-    EXPECT_EQ(element, Write(built));
-    EXPECT_EQ(cfmeta_test::Describe(ReadField(element)), cfmeta_test::Describe(built));
+    SCOPED_TRACE(row.expected);
+    EXPECT_EQ(row.expected, WrittenField(row.field, row.isBase));
+    if (!row.expected.empty() && !row.isBase) {
+      EXPECT_EQ(Describe(row.field), Describe(ReadField(row.expected)));
+    }
   }
-  CFField live("n", CFField::IntegerStorage, CFField::Flag);
-  live.SetValues(cfmeta_test::ValueList({CFDatum(0), CFDatum(1)}));
-  EXPECT_EQ(2u, live.GetValues().size());
-  EXPECT_TRUE(live.SetFieldType(CFField::Continuous));
 
   for (const CFField& unwritable :
        {CFField("", CFField::RealStorage, CFField::Continuous),
@@ -76,115 +100,53 @@ TEST(CFFieldWriteTest, FieldBuiltInCodeWritesItsOwnElement) {
   }
 }
 
-TEST(CFFieldWriteTest, WritesOnlyWhatDiffersFromTheDefaults) {
-  CFField field = ReadField(MakeElement(XMLElements::Field, {{XMLAttributes::Name, "Q1"}}));
-  ASSERT_EQ("Q1", field.GetName());
-  std::string text = Write(field);
-  EXPECT_NE(std::string::npos, text.find(Attr(XMLAttributes::Storage, XMLEntities::Unknown)));
-  EXPECT_NE(std::string::npos, text.find(Attr(XMLAttributes::Measure, XMLEntities::Unknown)));
-  EXPECT_NE(std::string::npos, text.find(Attr(XMLAttributes::Role, XMLEntities::None)));
-  EXPECT_EQ(std::string::npos, text.find(XMLAttributes::Depth));
-  EXPECT_EQ(std::string::npos, text.find(XMLElements::MissingValues));
-  EXPECT_EQ(std::string::npos, text.find("</"));  // no child elements
-
-  // Only treat-null false is still a definition, written with both flags.
-  CFMissingValues missing(CFRange(), {}, false, false);
-  field.SetFieldType(CFField::Nominal);
-  ASSERT_TRUE(field.SetMissingValues(missing));
-  text = Write(field);
-  EXPECT_NE(std::string::npos, text.find(Attr(XMLAttributes::TreatNullAsMissing, "false")));
-  EXPECT_NE(std::string::npos, text.find(Attr(XMLAttributes::TreatWhitespaceAsMissing, "false")));
-}
-
 TEST(CFFieldWriteTest, FlagMarkersOnlyOnFlagFields) {
-  const std::string values = MakeElement(
-      XMLElements::Values, {},
-      MakeElement(XMLElements::Value,
-                  {{XMLAttributes::Value, "1"}, {XMLAttributes::FlagValue, "true"}}) +
-          MakeElement(XMLElements::Value,
-                      {{XMLAttributes::Value, "0"}, {XMLAttributes::FlagValue, "false"}}));
-  for (const char* measure : {XMLEntities::Flag, XMLEntities::Nominal}) {
-    SCOPED_TRACE(measure);
-    CFField field = ReadField(MakeElement(XMLElements::Field,
-                                          {{XMLAttributes::Name, "F"},
-                                           {XMLAttributes::Storage, XMLEntities::Integer},
-                                           {XMLAttributes::Measure, measure}},
-                                          values));
-    ASSERT_EQ("F", field.GetName());
-    std::string text = Write(field);
-    bool isFlag = std::string(measure) == XMLEntities::Flag;
-    EXPECT_EQ(isFlag, text.find(Attr(XMLAttributes::FlagValue, "true")) != std::string::npos);
-    EXPECT_EQ(isFlag, text.find(Attr(XMLAttributes::FlagValue, "false")) != std::string::npos);
+  const std::vector<CFValue> values = {CFValue(CFDatum(1), "", CFValue::TrueFlag),
+                                       CFValue(CFDatum(0), "", CFValue::FalseFlag)};
+  for (CFField::FieldType type : {CFField::Flag, CFField::Nominal}) {
+    SCOPED_TRACE(type);
+    CFField field("F", CFField::IntegerStorage, type);
+    field.SetValues(values);
+    const std::string text = WrittenField(field);
+    const bool isFlag = type == CFField::Flag;
+    for (const char* flag : {XMLEntities::True, XMLEntities::False}) {
+      const std::string marker = std::string(XMLAttributes::FlagValue) + "=\"" + flag + "\"";
+      EXPECT_EQ(isFlag, text.find(marker) != std::string::npos);
+    }
     // Whatever was written reads back as the same field.
-    CFField back = ReadField(text);
-    EXPECT_EQ(field.GetType(), back.GetType());
-    ASSERT_EQ(2u, back.GetValues().size());
+    const CFField back = ReadField(text);
+    EXPECT_EQ(type, back.GetType());
+    EXPECT_EQ(2u, back.GetValues().size());
   }
 }
 
-TEST(CFFieldWriteTest, ReferenceWinsOverPrivateFormatAndBaseFieldsDoNotNest) {
-  CFField field = ReadField(
-      MakeElement(XMLElements::Field, {{XMLAttributes::Name, "Income"},
-                                       {XMLAttributes::Storage, XMLEntities::Real},
-                                       {XMLAttributes::Measure, XMLEntities::Continuous}}));
-  CFNumberFormat format(CFNumberFormat::Standard, 10, 2);
-  ASSERT_TRUE(field.SetPrivateFormat(&format));
-  ASSERT_NE(std::string::npos, Write(field).find(XMLElements::NumberFormat));
-  ASSERT_TRUE(field.SetFormatReference("Money"));
-  EXPECT_EQ(nullptr, field.GetPrivateFormat());
-  std::string text = Write(field);
-  EXPECT_NE(std::string::npos, text.find(Attr(XMLAttributes::UseNamedFormat, "Money")));
-  EXPECT_EQ(std::string::npos, text.find(XMLElements::NumberFormat));
+TEST(CFFieldWriteTest, SettersKeepTheFieldConsistent) {
+  CFField field("Age", CFField::IntegerStorage, CFField::Continuous);
+  ASSERT_TRUE(field.SetRange(CFRange(CFDatum(0), CFDatum(120))));
+  EXPECT_FALSE(field.SetRange(CFRange(CFDatum(0.5), CFDatum(2.5))));  // reals for integers
+  EXPECT_EQ("0", cfmeta_test::DatumText(field.GetRange().GetLimits().first));
+  ASSERT_TRUE(field.SetFieldType(CFField::Nominal));
+  EXPECT_TRUE(field.GetRange().IsEmpty());
+  EXPECT_FALSE(field.SetRange(CFRange(CFDatum(1), CFDatum(2))));  // no longer continuous
 
-  CFField base(field);
-  base.SetName("IncomeRaw");
-  field.SetBaseField(base);
-  text = Write(field);
-  EXPECT_NE(std::string::npos, text.find("<" + std::string(XMLElements::BaseField) + " "));
-  // Written as a base field itself, it carries no base field of its own.
-  std::string asBase = Write(field, true);
-  EXPECT_EQ(0u, asBase.find("<" + std::string(XMLElements::BaseField) + " "));
-  EXPECT_EQ(std::string::npos, asBase.find("IncomeRaw"));
+  field.SetValues(cfmeta_test::ValueList({CFDatum(1), CFDatum(2)}));
+  ASSERT_EQ(2u, field.GetValues().size());
+  field.SetValues(cfmeta_test::ValueList({CFDatum(1), CFDatum("two", false)}));
+  EXPECT_EQ(2u, field.GetValues().size());  // a string among integers changes nothing
+  field.SetValues(cfmeta_test::ValueList({CFDatum(3), CFDatum()}));
+  EXPECT_EQ(2u, field.GetValues().size());  // so does a null
+  ASSERT_TRUE(field.SetFieldType(CFField::Continuous));
+  EXPECT_TRUE(field.GetValues().empty());
+
   // A field that has a base field cannot become another's base field.
-  CFField other(base);
+  CFField other("Other", CFField::IntegerStorage, CFField::Nominal);
+  field.SetBaseField(other);
+  ASSERT_NE(nullptr, field.GetBaseField());
   other.SetBaseField(field);
   EXPECT_EQ(nullptr, other.GetBaseField());
-}
-
-TEST(CFFieldWriteTest, FailedWriteLeavesParentUnchanged) {
-  CFField field = ReadField(MakeElement(XMLElements::Field, {{XMLAttributes::Name, "R"}}));
-  field.SetRole(static_cast<CFField::RoleType>(42));
-  EXPECT_EQ("", Write(field));
-  field.SetRole(CFField::Target);
-  field.SetStructure(static_cast<CFField::StructureType>(9));
-  EXPECT_EQ("", Write(field));
-}
-
-TEST(CFFieldWriteTest, SettersKeepTheFieldConsistent) {
-  CFField continuous =
-      ReadField(MakeElement(XMLElements::Field,
-                            {{XMLAttributes::Name, "Age"},
-                             {XMLAttributes::Storage, XMLEntities::Integer},
-                             {XMLAttributes::Measure, XMLEntities::Continuous}},
-                            MakeElement(XMLElements::Range, {{XMLAttributes::MinValue, "0"},
-                                                             {XMLAttributes::MaxValue, "120"}})));
-  ASSERT_FALSE(continuous.GetRange().IsEmpty());
-  EXPECT_FALSE(continuous.SetRange(CFRange(CFDatum(0.5), CFDatum(2.5))));  // reals for integers
-  ASSERT_TRUE(continuous.SetFieldType(CFField::Nominal));
-  EXPECT_TRUE(continuous.GetRange().IsEmpty());
-  EXPECT_FALSE(continuous.SetRange(CFRange(CFDatum(1), CFDatum(2))));  // no longer continuous
-
-  continuous.SetValues(cfmeta_test::ValueList({CFDatum(1), CFDatum(2)}));
-  ASSERT_EQ(2u, continuous.GetValues().size());
-  continuous.SetValues(cfmeta_test::ValueList({CFDatum(1), CFDatum("two", false)}));
-  EXPECT_EQ(2u, continuous.GetValues().size());  // a string among integers changes nothing
-  continuous.SetValues(cfmeta_test::ValueList({CFDatum(3), CFDatum()}));
-  EXPECT_EQ(2u, continuous.GetValues().size());  // so does a null
-  ASSERT_TRUE(continuous.SetFieldType(CFField::Continuous));
-  EXPECT_TRUE(continuous.GetValues().empty());
 
   // A nameless field is frozen, its name included.
-  CFField nameless = ReadField(MakeElement(XMLElements::Field, {{XMLAttributes::Name, ""}}));
+  CFField nameless;
   nameless.SetName("Rescued");
   EXPECT_EQ("", nameless.GetName());
   EXPECT_FALSE(nameless.SetFieldType(CFField::Nominal));

@@ -123,11 +123,7 @@ TEST(CFGeoTest, FirstBadAttributeEndsTheAttributesButNotTheEnvelope) {
     for (auto& attribute : attributes) {
       if (attribute.first == row.attribute) attribute.second = row.badText;
     }
-    std::string xml = "<" + std::string(XMLElements::Geo);
-    for (const auto& attribute : attributes) {
-      xml += " " + attribute.first + "=\"" + cfmeta_test::Escape(attribute.second) + "\"";
-    }
-    xml += ">" + envelope + "</" + XMLElements::Geo + ">";
+    const std::string xml = SerialisedElement(XMLElements::Geo, attributes, envelope);
     SCOPED_TRACE(xml);
     EXPECT_EQ(row.expected, Describe(ReadGeo(xml)));
   }

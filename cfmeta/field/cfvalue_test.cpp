@@ -2,14 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cfmeta/field/cffield.h"
-#include "cfmeta/field/cffield_testutil.h"
+#include "cfmeta/field/cffieldparts_testutil.h"
 #include "cfmeta/vocab/cfvocabulary.h"
-#include "cfmeta/xml/cfxml_testutil.h"
-#include "cfmeta/xml/cfxmlwrapper.h"
 
 namespace {
 
@@ -21,6 +21,10 @@ using cfmeta_test::MakeElement;
 using cfmeta_test::Parse;
 using cfmeta_test::ValueList;
 
+std::string ValueXml(std::initializer_list<std::pair<std::string, std::string>> attributes) {
+  return MakeElement(XMLElements::Value, attributes);
+}
+
 TEST(CFValueTest, ReadsValueLabelAndMarkers) {
   struct Row {
     std::string xml;
@@ -31,31 +35,25 @@ TEST(CFValueTest, ReadsValueLabelAndMarkers) {
     std::string source;
   };
   const Row rows[] = {
-      {MakeElement(XMLElements::Value,
-                   {{XMLAttributes::Value, "7"}, {XMLAttributes::DisplayLabel, "Seven"}}),
+      {ValueXml({{XMLAttributes::Value, "7"}, {XMLAttributes::DisplayLabel, "Seven"}}),
        CFDatum::Integer, "7", "Seven", 0, 0, ""},
-      {MakeElement(XMLElements::Value, {{XMLAttributes::Value, "2.50"}}), CFDatum::Real, "2.5", "",
-       0, 0, "2.50"},
-      {MakeElement(XMLElements::Value, {{XMLAttributes::Value, " a&b "}}), CFDatum::String, " a&b ",
-       "", 0, 0, ""},
-      {MakeElement(XMLElements::Value,
-                   {{XMLAttributes::Value, "1"}, {XMLAttributes::FlagValue, XMLEntities::True}}),
+      {ValueXml({{XMLAttributes::Value, "2.50"}}), CFDatum::Real, "2.5", "", 0, 0, "2.50"},
+      {ValueXml({{XMLAttributes::Value, " a&b "}}), CFDatum::String, " a&b ", "", 0, 0, ""},
+      {ValueXml({{XMLAttributes::Value, "1"}, {XMLAttributes::FlagValue, XMLEntities::True}}),
        CFDatum::Integer, "1", "", CFValue::TrueFlag, 0, ""},
       // The false text is a marker of its own, not the absence of one.
-      {MakeElement(XMLElements::Value,
-                   {{XMLAttributes::Value, "0"}, {XMLAttributes::FlagValue, XMLEntities::False}}),
+      {ValueXml({{XMLAttributes::Value, "0"}, {XMLAttributes::FlagValue, XMLEntities::False}}),
        CFDatum::Integer, "0", "", CFValue::FalseFlag, 0, ""},
-      {MakeElement(XMLElements::Value, {{XMLAttributes::Value, "t"},
-                                        {XMLAttributes::DefinePartition, XMLEntities::Testing}}),
+      {ValueXml(
+           {{XMLAttributes::Value, "t"}, {XMLAttributes::DefinePartition, XMLEntities::Testing}}),
        CFDatum::String, "t", "", 0, 2, ""},
-      {MakeElement(XMLElements::Value, {{XMLAttributes::Value, "v"},
-                                        {XMLAttributes::DefinePartition, XMLEntities::Validation}}),
+      {ValueXml({{XMLAttributes::Value, "v"},
+                 {XMLAttributes::DefinePartition, XMLEntities::Validation}}),
        CFDatum::String, "v", "", 0, 3, ""},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.xml);
-    auto doc = Parse(row.xml);
-    CFValue value(*doc, row.type);
+    CFValue value(*Parse(row.xml), row.type);
     ASSERT_FALSE(value.GetValue().IsNull());
     EXPECT_EQ(row.type, value.GetValue().GetType());
     EXPECT_EQ(row.value, DatumText(value.GetValue()));
@@ -72,30 +70,26 @@ TEST(CFValueTest, DamagedValueReadsAsNull) {
     CFDatum::DataType type;
   };
   const Row rows[] = {
-      {MakeElement(XMLElements::Value, {{XMLAttributes::DisplayLabel, "no value"}}),
-       CFDatum::String},
-      {MakeElement(XMLElements::Value,
-                   {{XMLAttributes::Value, "1.5"}, {XMLAttributes::DisplayLabel, "x"}}),
+      {ValueXml({{XMLAttributes::DisplayLabel, "no value"}}), CFDatum::String},
+      {ValueXml({{XMLAttributes::Value, "1.5"}, {XMLAttributes::DisplayLabel, "x"}}),
        CFDatum::Integer},
-      {MakeElement(XMLElements::Value, {{XMLAttributes::Value, "abc"}}), CFDatum::Real},
+      {ValueXml({{XMLAttributes::Value, "abc"}}), CFDatum::Real},
       // Infinity converts, but is no value.
-      {MakeElement(XMLElements::Value, {{XMLAttributes::Value, "INF"}}), CFDatum::Real},
-      {MakeElement(XMLElements::Value, {{XMLAttributes::Value, "1.5"},
-                                        {XMLAttributes::FlagValue, "TRUE"},
-                                        {XMLAttributes::DisplayLabel, "x"}}),
+      {ValueXml({{XMLAttributes::Value, "INF"}}), CFDatum::Real},
+      {ValueXml({{XMLAttributes::Value, "1.5"},
+                 {XMLAttributes::FlagValue, "TRUE"},
+                 {XMLAttributes::DisplayLabel, "x"}}),
        CFDatum::Real},
-      {MakeElement(XMLElements::Value, {{XMLAttributes::Value, "1.5"},
-                                        {XMLAttributes::DefinePartition, "holdout"},
-                                        {XMLAttributes::DisplayLabel, "x"}}),
+      {ValueXml({{XMLAttributes::Value, "1.5"},
+                 {XMLAttributes::DefinePartition, "holdout"},
+                 {XMLAttributes::DisplayLabel, "x"}}),
        CFDatum::Real},
-      {MakeElement(XMLElements::Value,
-                   {{XMLAttributes::Value, "1"}, {XMLAttributes::DefinePartition, ""}}),
+      {ValueXml({{XMLAttributes::Value, "1"}, {XMLAttributes::DefinePartition, ""}}),
        CFDatum::Integer},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.xml);
-    auto doc = Parse(row.xml);
-    CFValue value(*doc, row.type);
+    CFValue value(*Parse(row.xml), row.type);
     EXPECT_TRUE(value.GetValue().IsNull());
     EXPECT_EQ(CFDatum::Integer, value.GetValue().GetType());
     EXPECT_EQ("", value.GetLabel());
@@ -166,11 +160,8 @@ TEST(CFValueTest, FieldRoundTripKeepsValuesAndTheirLabels) {
     field.SetValues(row.values);
     field.SetValueLabels(row.labels);
     ASSERT_EQ(row.labels.size(), field.GetValueLabels().size());
-    auto doc = cfmeta_test::NewDocument();
-    CfExtension::CFXMLWrapper* created = nullptr;
-    field.AddToTree(*doc, created, false);
-    ASSERT_NE(nullptr, created);
-    const CFField back = cfmeta_test::ReadField(cfmeta_test::Serialise(*created));
+    const CFField back = cfmeta_test::ReadField(cfmeta_test::WrittenField(field));
+    ASSERT_EQ("F", back.GetName());
     EXPECT_EQ(cfmeta_test::Describe(row.labels), cfmeta_test::Describe(back.GetValueLabels()));
     EXPECT_EQ(cfmeta_test::Describe(row.values), cfmeta_test::Describe(back.GetValues()));
     EXPECT_EQ(cfmeta_test::Describe(field), cfmeta_test::Describe(back));
