@@ -42,8 +42,7 @@ inline std::string Document(const std::string& children) {
 }
 
 inline std::string Fields(const std::string& children) {
-  return children.empty() ? MakeElement(CfCppHelperV1::XMLElements::Fields, {})
-                          : MakeElement(CfCppHelperV1::XMLElements::Fields, {}, children);
+  return MakeElement(CfCppHelperV1::XMLElements::Fields, {}, children);
 }
 
 inline std::string Counts(std::initializer_list<std::pair<std::string, std::string>> attributes) {
