@@ -17,6 +17,7 @@
 #include "cfmeta/metadata/cfmetadata.h"
 #include "cfmeta/stats/cfcontstats.h"
 #include "cfmeta/vocab/cfvocabulary.h"
+#include "cfmeta/xml/cfxml_testutil.h"
 
 namespace {
 
@@ -33,17 +34,6 @@ std::string Slurp(const std::string& path) {
   std::ostringstream text;
   text << in.rdbuf();
   return text.str();
-}
-
-// `<name a="v" ...>inner</name>`; values are written as given, so they must need no escaping.
-std::string Element(const char* name,
-                    const std::vector<std::pair<const char*, std::string>>& attributes,
-                    const std::string& inner = "") {
-  std::string text = std::string("<") + name;
-  for (const auto& attribute : attributes) {
-    text += std::string(" ") + attribute.first + "=\"" + attribute.second + "\"";
-  }
-  return text + ">" + inner + "</" + name + ">";
 }
 
 class CliTest : public ::testing::Test {
@@ -100,9 +90,11 @@ const char kSample[] =
     "5,42,75500.75,York,\"a \"\"quote\"\"\"\n"
     "6,38,58000,Leeds,x\n";
 
+// A profile with summaries; the demo test covers one without.
 TEST_F(CliTest, ProfileWritesADocumentTheOtherCommandsRead) {
   std::string data = Write("people.csv", kSample);
-  Result profiled = Run({"profile", data, "--max-categories", "5", "-o", Path("people.xml")});
+  Result profiled =
+      Run({"profile", data, "--max-categories", "5", "--summaries", "-o", Path("people.xml")});
   ASSERT_EQ(0, profiled.status) << profiled.err;
   EXPECT_EQ("", profiled.out);
   EXPECT_EQ("", profiled.err);  // no progress bar when standard error is not a terminal
@@ -123,7 +115,7 @@ TEST_F(CliTest, ProfileWritesADocumentTheOtherCommandsRead) {
   EXPECT_EQ(5u, metadata.GetField("note")->GetValues().size());  // the empty cell is null
 
   // Without -o the same document goes to standard output.
-  Result toStdout = Run({"profile", data, "--max-categories=5"});
+  Result toStdout = Run({"profile", data, "--max-categories=5", "--summaries"});
   ASSERT_EQ(0, toStdout.status);
   EXPECT_EQ(xml, toStdout.out);
 
@@ -136,6 +128,7 @@ TEST_F(CliTest, ProfileWritesADocumentTheOtherCommandsRead) {
   std::string expected;
   ASSERT_TRUE(metadata.ExportXMLDoc(expected));
   EXPECT_EQ(expected, exported.out);
+  EXPECT_EQ(xml, exported.out);
 
   Result shown = Run({"show", Path("people.xml")});
   ASSERT_EQ(0, shown.status) << shown.err;
@@ -143,13 +136,17 @@ TEST_F(CliTest, ProfileWritesADocumentTheOtherCommandsRead) {
   EXPECT_THAT(shown.out, HasSubstr("min 48000.00  max 75500.75  mean 57416.9167"));
   EXPECT_THAT(shown.out, HasSubstr("Leeds: 3, York: 2, Hull: 1"));
   EXPECT_THAT(shown.out, HasSubstr("Records: 6 (weighted 6)"));
+  EXPECT_THAT(shown.out, HasSubstr("Summaries: 5"));
+  EXPECT_THAT(shown.out,
+              HasSubstr("city: valid 6, missing 0; mode Leeds, median Leeds; 3 categories"));
+  EXPECT_THAT(shown.out, HasSubstr("note: valid 5, missing 1;"));
 
   // A tab-delimited copy reads the same.
   std::string tabbed = kSample;
   for (char& c : tabbed) c = c == ',' ? '\t' : c;
   tabbed.replace(tabbed.find("likes\t commas"), 13, "likes, commas");
-  Result fromTabs =
-      Run({"profile", Write("people.tsv", tabbed), "--delimiter", "\\t", "--max-categories", "5"});
+  Result fromTabs = Run({"profile", Write("people.tsv", tabbed), "--delimiter", "\\t",
+                         "--max-categories", "5", "--summaries"});
   ASSERT_EQ(0, fromTabs.status) << fromTabs.err;
   EXPECT_EQ(xml, fromTabs.out);
 }
@@ -217,18 +214,19 @@ TEST_F(CliTest, BadInputExitsOneNamingTheFile) {
 // Every command that reads a document says in one line why it does not load: where the text
 // stops being XML, or which element breaks which rule.
 TEST_F(CliTest, DocumentThatDoesNotLoadIsReportedInOneLine) {
+  using cfmeta_test::MakeElement;
   namespace XMLElements = CfCppHelperV1::XMLElements;
   namespace XMLAttributes = CfCppHelperV1::XMLAttributes;
-  const std::string field = Element(XMLElements::Field, {{XMLAttributes::Name, "a"}});
+  const std::string field = MakeElement(XMLElements::Field, {{XMLAttributes::Name, "a"}});
   auto document = [](const std::string& fields) {
-    return Element(XMLElements::DataModel, {}, Element(XMLElements::Fields, {}, fields));
+    return MakeElement(XMLElements::DataModel, {}, MakeElement(XMLElements::Fields, {}, fields));
   };
   const std::string fieldsPath =
       std::string("/") + XMLElements::DataModel + "/" + XMLElements::Fields + "/";
-  const std::string zeroWidth =
-      Element(XMLElements::Field, {{XMLAttributes::Name, "a"}},
-              Element(XMLElements::FieldFormat, {},
-                      Element(XMLElements::NumberFormat, {{XMLAttributes::Width, "0"}})));
+  const std::string zeroWidth = MakeElement(
+      XMLElements::Field, {{XMLAttributes::Name, "a"}},
+      MakeElement(XMLElements::FieldFormat, {},
+                  MakeElement(XMLElements::NumberFormat, {{XMLAttributes::Width, "0"}})));
   struct Row {
     std::string path;
     std::string message;  // what follows the path
@@ -236,7 +234,7 @@ TEST_F(CliTest, DocumentThatDoesNotLoadIsReportedInOneLine) {
       {Write("open.xml", "<" + std::string(XMLElements::DataModel) + ">\n  <" +
                              XMLElements::Fields + ">\n</" + XMLElements::DataModel + ">\n"),
        std::string(":3:3: error: expected end of tag '") + XMLElements::Fields + "'"},
-      {Write("foreign.xml", Element("Other", {}, Element(XMLElements::Field, {}))),
+      {Write("foreign.xml", MakeElement("Other", {}, MakeElement(XMLElements::Field, {}))),
        std::string(": error: /Other: the root element Other holds no ") + XMLElements::Fields +
            " element"},
       {Write("width.xml", document(zeroWidth)),
@@ -262,20 +260,6 @@ TEST_F(CliTest, DocumentThatDoesNotLoadIsReportedInOneLine) {
       EXPECT_EQ(row.path + row.message + "\n", result.err);
     }
   }
-}
-
-TEST_F(CliTest, SummariesAreStoredAndShown) {
-  std::string data = Write("people.csv", kSample);
-  Result profiled = Run({"profile", data, "--summaries", "-o", Path("people.xml")});
-  ASSERT_EQ(0, profiled.status) << profiled.err;
-  Result shown = Run({"show", Path("people.xml")});
-  ASSERT_EQ(0, shown.status) << shown.err;
-  EXPECT_THAT(shown.out, HasSubstr("Summaries: 5"));
-  EXPECT_THAT(shown.out,
-              HasSubstr("city: valid 6, missing 0; mode Leeds, median Leeds; 3 categories"));
-  EXPECT_THAT(shown.out, HasSubstr("note: valid 5, missing 1;"));
-  Result exported = Run({"export", Path("people.xml")});
-  EXPECT_EQ(Slurp(Path("people.xml")), exported.out);
 }
 
 TEST_F(CliTest, BadUsageExitsTwoAndHelpExitsZero) {
