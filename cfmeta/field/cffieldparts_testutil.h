@@ -98,35 +98,28 @@ std::string Flagged(const T& value, const bool& isSet) {
   }
 }
 
+// One property through its getter, as Flagged gives it.
+template <typename Object, typename T>
+std::string Property(const Object& object, T (Object::*get)(bool&) const) {
+  bool isSet = false;
+  const T value = (object.*get)(isSet);
+  return Flagged(value, isSet);
+}
+
 inline std::string Describe(const CFGeoEnvelope& envelope) {
-  bool set = false;
-  std::string text;
-  double value = envelope.GetLeftUpperX(set);
-  text += Flagged(value, set);
-  value = envelope.GetLeftUpperY(set);
-  text += "," + Flagged(value, set);
-  value = envelope.GetRightLowerX(set);
-  text += "," + Flagged(value, set);
-  value = envelope.GetRightLowerY(set);
-  return text + "," + Flagged(value, set);
+  return Property(envelope, &CFGeoEnvelope::GetLeftUpperX) + "," +
+         Property(envelope, &CFGeoEnvelope::GetLeftUpperY) + "," +
+         Property(envelope, &CFGeoEnvelope::GetRightLowerX) + "," +
+         Property(envelope, &CFGeoEnvelope::GetRightLowerY);
 }
 
 // Every property of a CFGeo as one text: type, coordinates, wkid, csname, projected, wkt and
 // the envelope in brackets.
 inline std::string Describe(const CFGeo& geo) {
-  bool set = false;
-  const int type = geo.GetType(set);
-  std::string text = Flagged(type, set);
-  const int coordinates = geo.GetCoordinates(set);
-  text += "|" + Flagged(coordinates, set);
-  const int wkid = geo.GetWkid(set);
-  text += "|" + Flagged(wkid, set);
-  const std::string csname = geo.GetCsname(set);
-  text += "|" + Flagged(csname, set);
-  const int projected = geo.GetIsProjected(set);
-  text += "|" + Flagged(projected, set);
-  const std::string wkt = geo.GetWkt(set);
-  text += "|" + Flagged(wkt, set);
+  std::string text = Property(geo, &CFGeo::GetType) + "|" + Property(geo, &CFGeo::GetCoordinates) +
+                     "|" + Property(geo, &CFGeo::GetWkid) + "|" + Property(geo, &CFGeo::GetCsname) +
+                     "|" + Property(geo, &CFGeo::GetIsProjected) + "|" +
+                     Property(geo, &CFGeo::GetWkt);
   if (geo.GetGeoEnvelope() != nullptr) text += "|[" + Describe(*geo.GetGeoEnvelope()) + "]";
   return text;
 }

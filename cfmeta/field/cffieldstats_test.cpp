@@ -83,62 +83,57 @@ void ExpectSameCont(const CFContStats& expected, const CFContStats* actual) {
   }
 }
 
+// A field reads the accumulator its storage calls for; statistics of the wrong measure, or
+// empty ones, fail the read.
 TEST(CFFieldStatsTest, ReadsTheAccumulatorItsStorageCalls) {
   struct Row {
     const char* storage;
     const char* measure;
     std::string child;
-    const std::type_info& kind;
+    const std::type_info* kind;  // null when the read fails
   };
   const std::string cats = Discrete(Category("1", "2") + Category("4", "0.5"));
+  const std::string cont = Continuous("3");
+  const char* const kInteger = XMLEntities::Integer;
+  const char* const kReal = XMLEntities::Real;
   const Row rows[] = {
-      {XMLEntities::Integer, XMLEntities::Nominal, cats, typeid(CFCatStatsInt)},
-      {XMLEntities::String, XMLEntities::Flag, cats, typeid(CFCatStatsStr)},
-      {XMLEntities::Real, XMLEntities::Ordinal, cats, typeid(CFCatStatsDbl)},
-      {XMLEntities::Date, XMLEntities::Discrete, cats, typeid(CFCatStatsDbl)},
-      {XMLEntities::Unknown, XMLEntities::Nominal, cats, typeid(CFCatStatsDbl)},
-      {XMLEntities::Integer, XMLEntities::Continuous, Continuous("3"), typeid(CFContStatsInt)},
-      {XMLEntities::Real, XMLEntities::Continuous, Continuous("3"), typeid(CFContStatsDbl)},
-      {XMLEntities::Time, XMLEntities::Continuous, Continuous("3"), typeid(CFContStatsDbl)},
+      {kInteger, XMLEntities::Nominal, cats, &typeid(CFCatStatsInt)},
+      {XMLEntities::String, XMLEntities::Flag, cats, &typeid(CFCatStatsStr)},
+      {kReal, XMLEntities::Ordinal, cats, &typeid(CFCatStatsDbl)},
+      {XMLEntities::Date, XMLEntities::Discrete, cats, &typeid(CFCatStatsDbl)},
+      {XMLEntities::Unknown, XMLEntities::Nominal, cats, &typeid(CFCatStatsDbl)},
+      {kInteger, XMLEntities::Continuous, cont, &typeid(CFContStatsInt)},
+      {kReal, XMLEntities::Continuous, cont, &typeid(CFContStatsDbl)},
+      {XMLEntities::Time, XMLEntities::Continuous, cont, &typeid(CFContStatsDbl)},
+      {kInteger, XMLEntities::Continuous, cats, nullptr},
+      {kInteger, XMLEntities::Typeless, cats, nullptr},
+      {kInteger, XMLEntities::Unknown, cats, nullptr},
+      {kReal, XMLEntities::Nominal, cont, nullptr},
+      {kReal, XMLEntities::Typeless, cont, nullptr},
+      {kInteger, XMLEntities::Nominal, Discrete(""), nullptr},  // no categories
+      // A damaged category empties the accumulator, and so fails the field.
+      {kInteger, XMLEntities::Nominal, Discrete(Category("x", "1")), nullptr},
+      {kReal, XMLEntities::Continuous, Continuous("0"), nullptr},
+      // A good first element does not save the field from a later empty one.
+      {kReal, XMLEntities::Continuous, cont + Continuous("0"), nullptr},
   };
   for (const Row& row : rows) {
-    SCOPED_TRACE(row.child + " in " + row.storage);
+    SCOPED_TRACE(row.child + " in " + row.storage + " " + row.measure);
     CFField field = ReadField(FieldXml(row.storage, row.measure, row.child));
-    ASSERT_EQ("F", field.GetName());
-    if (field.GetCatStats() != nullptr) {
+    ASSERT_EQ(row.kind != nullptr ? "F" : "", field.GetName());
+    if (row.kind == nullptr) {
+      EXPECT_EQ(nullptr, field.GetCatStats());
       EXPECT_EQ(nullptr, field.GetContStats());
-      EXPECT_EQ(row.kind, typeid(*field.GetCatStats()));
+    } else if (field.GetCatStats() != nullptr) {
+      EXPECT_EQ(nullptr, field.GetContStats());
+      EXPECT_EQ(*row.kind, typeid(*field.GetCatStats()));
       ASSERT_EQ(2u, field.GetCatStats()->GetNCats());
       EXPECT_EQ(0.5, field.GetCatStats()->GetCatWeight(1));
     } else {
       ASSERT_NE(nullptr, field.GetContStats());
-      EXPECT_EQ(row.kind, typeid(*field.GetContStats()));
+      EXPECT_EQ(*row.kind, typeid(*field.GetContStats()));
       EXPECT_DOUBLE_EQ(1.0, field.GetContStats()->GetVariance());
     }
-  }
-}
-
-TEST(CFFieldStatsTest, WrongMeasureOrEmptyStatisticsFailTheRead) {
-  const std::string cats = Discrete(Category("1", "2"));
-  const std::string rows[] = {
-      FieldXml(XMLEntities::Integer, XMLEntities::Continuous, cats),
-      FieldXml(XMLEntities::Integer, XMLEntities::Typeless, cats),
-      FieldXml(XMLEntities::Integer, XMLEntities::Unknown, cats),
-      FieldXml(XMLEntities::Real, XMLEntities::Nominal, Continuous("3")),
-      FieldXml(XMLEntities::Real, XMLEntities::Typeless, Continuous("3")),
-      FieldXml(XMLEntities::Integer, XMLEntities::Nominal, Discrete("")),  // no categories
-      // A damaged category empties the accumulator, and so fails the field.
-      FieldXml(XMLEntities::Integer, XMLEntities::Nominal, Discrete(Category("x", "1"))),
-      FieldXml(XMLEntities::Real, XMLEntities::Continuous, Continuous("0")),
-      // A good first element does not save the field from a later empty one.
-      FieldXml(XMLEntities::Real, XMLEntities::Continuous, Continuous("3") + Continuous("0")),
-  };
-  for (const std::string& xml : rows) {
-    SCOPED_TRACE(xml);
-    CFField field = ReadField(xml);
-    EXPECT_EQ("", field.GetName());
-    EXPECT_EQ(nullptr, field.GetCatStats());
-    EXPECT_EQ(nullptr, field.GetContStats());
   }
 }
 
