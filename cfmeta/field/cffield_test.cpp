@@ -74,6 +74,13 @@ TEST(CFFieldTest, ReadsAttributes) {
                  {XMLAttributes::StructureStorage, ""},
                  {XMLAttributes::Measure, ""}}),
        "a|6|0|7|1|0||0|-1|-1||1..0|[]|1..0[]N|[]||"},
+      // The first row of each table, given: read as itself, not as the attribute's fallback.
+      {FieldXml({{XMLAttributes::Name, "a"},
+                 {XMLAttributes::Storage, XMLEntities::Unknown},
+                 {XMLAttributes::Role, XMLEntities::Input},
+                 {XMLAttributes::Structure, XMLEntities::Primitive},
+                 {XMLAttributes::Measure, XMLEntities::Continuous}}),
+       "a|0|0|0|1|0||0|-1|-1||1..0|[]|1..0[]N|[]||"},
       {FieldXml({{XMLAttributes::Name, "when"},
                  {XMLAttributes::Storage, XMLEntities::Date},
                  {XMLAttributes::Role, XMLEntities::FreqWeight},
