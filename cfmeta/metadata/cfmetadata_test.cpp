@@ -237,11 +237,22 @@ TEST(CFMetaDataTest, MessagesGoWhereTheCallerSays) {
   ASSERT_EQ(0, meta.ReplaceField(0u, &field));
   std::string out;
   EXPECT_FALSE(meta.ExportXMLDoc(out));
+  // Exports follow a later choice, and a copy keeps it.
+  CFMetaData copy(meta);
+  copy.SetMessageStream(nullptr);
+  EXPECT_FALSE(copy.ExportXMLDoc(out));
+  const std::string afterSilencing = captured.str();
+  std::ostringstream other;
+  copy.SetMessageStream(&other);
+  EXPECT_FALSE(CFMetaData(copy).ExportXMLDoc(out));
   std::cout.rdbuf(saved);
 
   EXPECT_EQ("Caught unknown exception\n", byDefault);
   EXPECT_EQ("", silenced);
   EXPECT_EQ(0u, own.str().find("Caught DOM Exception ")) << own.str();
+  EXPECT_EQ(std::string::npos, own.str().find('\n', own.str().find('\n') + 1)) << own.str();
+  EXPECT_EQ("", afterSilencing);
+  EXPECT_EQ(0u, other.str().find("Caught DOM Exception ")) << other.str();
 }
 
 TEST(CFMetaDataTest, FieldsWithoutFieldChildrenKeepFormatsAndCounts) {
@@ -336,15 +347,54 @@ TEST(CFMetaDataTest, ExportWritesCountsOnlyWhenOneIsKnown) {
   EXPECT_NE(std::string::npos,
             out.find(std::string(XMLAttributes::CaseSensitive) + "=\"" + XMLEntities::True + "\""));
 
-  // One known count writes the other two as unknown, and the details only when known.
-  CFMetaData droppedOnly(none);
-  droppedOnly.SetDroppedCount(5);
-  out = cfmeta_test::ExpectRoundTrip(droppedOnly);
-  EXPECT_NE(std::string::npos, out.find(std::string(" ") + XMLAttributes::DroppedCount + "=\"5\""));
-  for (const char* name : {XMLAttributes::UnweightedCount, XMLAttributes::WeightedCount}) {
-    EXPECT_NE(std::string::npos, out.find(std::string(" ") + name + "=\"-1\"")) << name;
+  // One known count, even 0, writes all three, the others as unknown; the details only when
+  // known.
+  const char* const names[] = {XMLAttributes::UnweightedCount, XMLAttributes::WeightedCount,
+                               XMLAttributes::DroppedCount};
+  for (int known = 0; known < 3; ++known) {
+    SCOPED_TRACE(names[known]);
+    CFMetaData one(none);
+    one.SetRecordCounts(known == 0 ? 0 : -1, known == 1 ? 0 : -1);
+    one.SetDroppedCount(known == 2 ? 0 : -1);
+    out = cfmeta_test::ExpectRoundTrip(one);
+    for (int i = 0; i < 3; ++i) {
+      EXPECT_NE(std::string::npos,
+                out.find(std::string(" ") + names[i] + "=\"" + (i == known ? "0" : "-1") + "\""));
+    }
+    EXPECT_EQ(std::string::npos, out.find("badWeightCount"));
   }
-  EXPECT_EQ(std::string::npos, out.find("badWeightCount"));
+}
+
+// A field shows its values through its private format, else the shared format it names, else
+// the default for its storage.
+TEST(CFMetaDataTest, DisplayFormatFallsBackFromPrivateToSharedToDefault) {
+  const auto withFormat = [](const std::string& name, const char* storage,
+                             const std::string& format) {
+    return MakeElement(XMLElements::Field,
+                       {{XMLAttributes::Name, name}, {XMLAttributes::Storage, storage}}, format);
+  };
+  const auto named = [](const std::string& shared) {
+    return MakeElement(XMLElements::FieldFormat, {{XMLAttributes::UseNamedFormat, shared}});
+  };
+  CFMetaData meta(
+      Document(MakeElement(XMLElements::FieldFormats, {{XMLAttributes::DefaultNumberFormat, "D"}},
+                           NumberFormat("D") + NumberFormat("S")) +
+               Fields(withFormat("own", XMLEntities::Real,
+                                 MakeElement(XMLElements::FieldFormat, {}, NumberFormat("P"))) +
+                      withFormat("shared", XMLEntities::Real, named("S")) +
+                      withFormat("unknown", XMLEntities::Integer, named("Nope")) +
+                      withFormat("plain", XMLEntities::Integer, "") +
+                      withFormat("text", XMLEntities::String, ""))),
+      nullptr);
+  ASSERT_EQ(5u, meta.FieldCount());
+  const std::pair<const char*, const char*> rows[] = {
+      {"own", "P"}, {"shared", "S"}, {"unknown", "D"}, {"plain", "D"}, {"text", nullptr}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.first);
+    const CFFormat* shown = meta.GetDisplayFormat(*meta.GetField(row.first));
+    EXPECT_EQ(row.second != nullptr ? row.second : "(none)",
+              shown != nullptr ? shown->GetName() : "(none)");
+  }
 }
 
 // The field names in order, joined by spaces.
