@@ -170,7 +170,8 @@ class CFMetaData::Impl {
 
   // Loads `xml` into this empty Impl; on failure fills `loadError`.
   int Load(const std::string& xml);
-  int LoadDocument(const CFXMLWrapper& doc, const CFXMLWrapper*& failedAt);
+  int LoadDocument(const CFXMLWrapper& doc, const CFXMLWrapper& fieldsElement,
+                   const CFXMLWrapper*& failedAt);
   int ReadFormats(const CFXMLWrapper& formatsElement);
   int ReadGroups(const CFXMLWrapper& groupsElement);
   int ReadCounts(const CFXMLWrapper& countsElement);
@@ -438,7 +439,8 @@ int CFMetaData::Impl::Load(const std::string& xml) {
     loadError.message = doc.getLastErrorMessage();
     return kFailed;
   }
-  if (cfmeta_internal::FirstChild(doc, XMLElements::Fields) == nullptr) {
+  const CFXMLWrapper* fieldsElement = cfmeta_internal::FirstChild(doc, XMLElements::Fields);
+  if (fieldsElement == nullptr) {
     loadError.kind = CFLoadError::NotMetadata;
     loadError.path = cfmeta_internal::PathOf(doc.getElement());
     loadError.message =
@@ -448,7 +450,7 @@ int CFMetaData::Impl::Load(const std::string& xml) {
   cfmeta_internal::LoadReport report;
   cfmeta_internal::ReportScope scope(doc, &report);
   const CFXMLWrapper* failedAt = nullptr;
-  const int rc = LoadDocument(doc, failedAt);
+  const int rc = LoadDocument(doc, *fieldsElement, failedAt);
   if (rc != 0) {
     // A rule no reader named: the step's own element, in general words.
     if (report.empty() && failedAt != nullptr) {
@@ -463,7 +465,8 @@ int CFMetaData::Impl::Load(const std::string& xml) {
   return rc;
 }
 
-int CFMetaData::Impl::LoadDocument(const CFXMLWrapper& doc, const CFXMLWrapper*& failedAt) {
+int CFMetaData::Impl::LoadDocument(const CFXMLWrapper& doc, const CFXMLWrapper& fieldsElement,
+                                   const CFXMLWrapper*& failedAt) {
   // 1. Shared formats and default slots.
   if (const CFXMLWrapper* formatsElement =
           cfmeta_internal::FirstChild(doc, XMLElements::FieldFormats)) {
@@ -485,10 +488,9 @@ int CFMetaData::Impl::LoadDocument(const CFXMLWrapper& doc, const CFXMLWrapper*&
     int rc = ReadCounts(*countsElement);
     if (rc != 0) return rc;
   }
-  // 4. Fields, required (the caller made sure they are there).
-  const CFXMLWrapper* fieldsElement = cfmeta_internal::FirstChild(doc, XMLElements::Fields);
-  failedAt = fieldsElement;
-  int rc = ReadFields(*fieldsElement);
+  // 4. Fields, required (the caller found them).
+  failedAt = &fieldsElement;
+  int rc = ReadFields(fieldsElement);
   if (rc != 0) return rc;
   // 5. Dataset summaries, optional.
   if (const CFXMLWrapper* summariesElement =

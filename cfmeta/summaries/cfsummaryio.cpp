@@ -92,8 +92,8 @@ SummaryReader& SummaryReader::Text(const char* name, std::string& out) {
 
 SummaryReader& SummaryReader::NonEmptyText(const char* name, std::string& out) {
   Text(name, out);
-  if (!m_ok) return *this;
-  return Check(!out.empty(), (std::string(name) + " must be given and not empty").c_str());
+  if (!m_ok || !out.empty()) return *this;
+  return Fail(std::string(name) + " must be given and not empty");
 }
 
 SummaryReader& SummaryReader::FlagText(const char* name, std::string& out) {

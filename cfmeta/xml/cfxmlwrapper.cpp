@@ -588,12 +588,12 @@ int CFXMLWrapper::doc2string(std::string& out) const {
   // The serialiser escapes tabs and carriage returns in attribute values, and carriage returns
   // in text, on its own (elsewhere it writes "&" as "&amp;"). Such a text ends with the same
   // NUL as one escaped by handleTabAndCR, so a caller sees one rule whoever did the escaping.
-  const bool escapedAlready = HoldsEscapedTabOrCR(out);
   // Between declarations of the internal subset a character reference is no white space at
   // all: the subset keeps its tabs, or the text would not parse again.
   const std::pair<size_t, size_t> subset = InternalSubsetIn(out, m_document);
   EscapeTabAndCR(out, subset.first, subset.second);
-  if (escapedAlready && out.back() != '\0') out.push_back('\0');
+  // A text escaped here already ends with its NUL; only one left as it was needs the scan.
+  if (!out.empty() && out.back() != '\0' && HoldsEscapedTabOrCR(out)) out.push_back('\0');
   return kXMLOk;
 }
 
