@@ -31,6 +31,7 @@
 #include "cfmeta/stats/cfcatstatsimp.h"
 #include "cfmeta/stats/cfcontstats.h"
 #include "cfmeta/stats/cfmoments.h"
+#include "cfmeta/stats/cfsketches.h"
 #include "cfmeta/summaries/cfdatasetsummaries.h"
 #include "cfmeta/summaries/cfdistributionsummary.h"
 #include "cfmeta/summaries/cffieldsummaries.h"

@@ -4,7 +4,8 @@
 set -eu
 
 PACKAGES="build-essential cmake ninja-build pkg-config libxerces-c-dev libicu-dev \
-libgtest-dev libgmock-dev libbenchmark-dev libcsv-dev libcli11-dev libfmt-dev locales"
+libgtest-dev libgmock-dev libbenchmark-dev libcsv-dev libcli11-dev libfmt-dev nlohmann-json3-dev \
+locales"
 if [ "${CFMETA_WITH_FUZZ:-0}" = 1 ]; then
   PACKAGES="$PACKAGES clang libclang-rt-dev llvm"
 fi

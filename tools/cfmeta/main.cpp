@@ -18,6 +18,7 @@
 #include "cfmeta/xml/cfxmlwrapper.h"
 #include "tools/cfmeta/csvreader.h"
 #include "tools/cfmeta/document.h"
+#include "tools/cfmeta/profilejson.h"
 #include "tools/cfmeta/profiler.h"
 #include "tools/cfmeta/progress.h"
 #include "tools/cfmeta/show.h"
@@ -44,6 +45,7 @@ struct ProfileArgs {
   std::vector<std::string> percent;
   std::string currencySymbol = "$";
   bool summaries = false;
+  bool json = false;
 };
 
 char DelimiterChar(const std::string& text) {
@@ -67,7 +69,7 @@ void Profile(const ProfileArgs& args) {
   }
   uint64_t total = (fstat(fd, &info) == 0 && S_ISREG(info.st_mode)) ? info.st_size : 0;
 
-  Profiler profiler(args.maxCategories, args.summaries);
+  Profiler profiler(args.maxCategories, args.summaries, args.json);
   for (const std::string& column : args.currency) {
     profiler.Decorate(column, Profiler::Decoration::Currency, args.currencySymbol);
   }
@@ -93,14 +95,19 @@ void Profile(const ProfileArgs& args) {
   progress.Finish();
 
   std::vector<std::string> warnings;
+  std::vector<ColumnProfile> columns;
   std::unique_ptr<CFMetaData> metadata;
   try {
-    metadata = profiler.Finish(warnings);
+    metadata = profiler.Finish(warnings, &columns);
   } catch (const ToolError& e) {
     throw ToolError(fmt::format("{}: {}", name, e.what()), e.ExitCode());
   }
   for (const std::string& warning : warnings) {
     std::cerr << "cfmeta: warning: " << name << ": " << warning << '\n';
+  }
+  if (args.json) {
+    WriteText(args.output, ProfileJson(columns, profiler.Rows()));
+    return;
   }
   // A failed export is reported below; the XML layer's own words would land in the document.
   metadata->SetMessageStream(nullptr);
@@ -158,7 +165,10 @@ int main(int argc, char** argv) {
   CLI::App* profile = app.add_subcommand(
       "profile",
       "Reads a delimited text file with a header row in one pass and writes its metadata "
-      "document. Columns get integer, real or string storage. A numeric column with more than "
+      "document. Columns get integer, real, string, date, time or timestamp storage; dates and "
+      "times are recognised in the usual written forms (2015-01-31, 2015/01/31 10:00, "
+      "01/31/2015, 31.01.2015, Jan 31 2015, 31 January 2015, 10:00 PM), the day and month "
+      "order settled by the values. A numeric column with more than "
       "--max-categories distinct values is continuous; others are nominal, or flag with exactly "
       "two values; string columns are always nominal or flag. Empty cells are null.");
   profile
@@ -203,7 +213,13 @@ int main(int argc, char** argv) {
       ->capture_default_str();
   profile->add_flag("--summaries", profileArgs.summaries,
                     "Also store dataset summaries: valid and missing counts, moments up to the "
-                    "fourth of continuous fields, distributions of categorical ones");
+                    "fourth, percentiles, outlier bounds and a histogram of continuous fields, "
+                    "distributions of categorical ones (the most frequent values of text "
+                    "columns beyond --max-categories)");
+  profile->add_flag("--json", profileArgs.json,
+                    "Write the whole profile as JSON instead of a document: per column counts, "
+                    "distinct values, the most frequent values, extremes, moments, percentiles, "
+                    "a histogram, text lengths and the date form recognised");
 
   std::string showPath, checkPath, exportPath, formatPath, formatField;
   std::vector<std::string> formatValues;

@@ -16,22 +16,78 @@
 // of day and timestamps get date, time and timestamp storage (days or seconds from 1970-01-01
 // GMT), continuous statistics and ISO display formats.
 //
+// With details (always with summaries), each column also gets the figures of ColumnProfile:
+// distinct values, the most frequent ones, percentiles and a histogram of numbers, dates and
+// times, lengths of texts. They are exact while a column has at most `maxCategories` distinct
+// values and come from mergeable sketches beyond that (see cfmeta/stats/cfsketches.h for their
+// error bounds).
+//
 // Memory grows with the number of columns and of distinct values kept, never with the rows.
 #ifndef TOOLS_CFMETA_PROFILER_H_
 #define TOOLS_CFMETA_PROFILER_H_
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "cfmeta/field/cffield.h"
 #include "tools/cfmeta/csvreader.h"
 
 class CFCatStats;
 class CFMetaData;
 
 namespace cfmeta_tool {
+
+// What profiling found in one column. Values of numbers are the numbers; of dates days and of
+// times and timestamps seconds from 1970-01-01 GMT; texts are the cells as written.
+struct ColumnProfile {
+  static constexpr size_t kTopValues = 10;
+  // The ranks of `percentiles`, in percent.
+  static constexpr std::array<int, 7> kPercentileRanks = {1, 5, 25, 50, 75, 95, 99};
+
+  struct Top {
+    std::string text;
+    double value = 0.0;  // numbers, dates and times only
+    uint64_t count = 0;  // at least the true count less `error`, at most the true count
+    uint64_t error = 0;
+  };
+  struct Bin {
+    double lower = 0.0, upper = 0.0;  // the last bin holds its upper bound too
+    double count = 0.0;
+    double mean = 0.0;
+  };
+
+  std::string name;
+  CFField::StorageType storage = CFField::StringStorage;
+  CFField::FieldType level = CFField::Nominal;
+  uint64_t count = 0;  // non-null cells
+  uint64_t nulls = 0;
+  uint64_t distinct = 0;
+  bool distinctExact = true;
+  // Most frequent first, ties in ascending order of text; at most kTopValues.
+  std::vector<Top> top;
+  // Strings: the first and last by byte order, and lengths in characters.
+  std::string minText, maxText;
+  uint64_t lengthMin = 0, lengthMax = 0;
+  double lengthMean = 0.0;
+  // Numbers, dates and times with a value (`numeric`).
+  bool numeric = false;
+  double min = 0.0, max = 0.0;
+  double mean = 0.0, stdDev = 0.0, skewness = 0.0, kurtosis = 0.0;  // NaN when undefined
+  std::array<double, kPercentileRanks.size()> percentiles{};
+  bool percentilesExact = true;
+  double interQuartileRange = 0.0;
+  double lowerFence = 0.0, upperFence = 0.0;  // 1.5 interquartile ranges beyond the quartiles
+  std::vector<Bin> histogram;
+  int decimals = 0;  // fraction digits of times and timestamps
+  // Dates and times: how the file wrote them ("MM/DD/YYYY"), and whether the day and month
+  // order was assumed for want of a value that settles it.
+  std::string dateForm;
+  bool dateOrderAssumed = false;
+};
 
 class Profiler : public CsvSink {
  public:
@@ -44,7 +100,9 @@ class Profiler : public CsvSink {
   // With `summaries`, Finish also stores the dataset summaries: valid and missing counts,
   // moments up to the fourth of continuous fields and the distribution of categorical ones
   // (for a string column beyond the category limit, of its first values only).
-  explicit Profiler(unsigned maxCategories = kDefaultMaxCategories, bool summaries = false);
+  // With `details`, Finish can also describe every column (ColumnProfile).
+  explicit Profiler(unsigned maxCategories = kDefaultMaxCategories, bool summaries = false,
+                    bool details = false);
   ~Profiler() override;
 
   // Gives column `name` a currency format (`symbol` before the number, digits grouped by
@@ -60,9 +118,14 @@ class Profiler : public CsvSink {
   void Cell(size_t column, const char* text, size_t length) override;
   void EndRow() override;
 
-  // The metadata of everything seen. Each column whose values could not all be listed adds a
-  // line to `warnings`. Requires: Header was called.
-  std::unique_ptr<CFMetaData> Finish(std::vector<std::string>& warnings);
+  // The metadata of everything seen. Each column whose values could not all be listed, or
+  // whose dates were read in an assumed day and month order, adds a line to `warnings`. With
+  // details, `profiles` (when not null) receives one ColumnProfile per column in file order.
+  // Requires: Header was called.
+  std::unique_ptr<CFMetaData> Finish(std::vector<std::string>& warnings,
+                                     std::vector<ColumnProfile>* profiles = nullptr);
+
+  uint64_t Rows() const { return m_rows; }
 
  private:
   struct Column;
@@ -70,11 +133,19 @@ class Profiler : public CsvSink {
     Decoration decoration;
     std::string symbol;
   };
+  struct Values;
+  struct Beyond;
   unsigned m_maxCategories;
   bool m_summaries;
+  bool m_details;
   std::map<std::string, Decorated> m_decorations;
   std::vector<Column> m_columns;
   uint64_t m_rows = 0;
+
+  // What Finish reports of `column`, whose values (null for text) are read in `form` (-1 for
+  // numbers).
+  ColumnProfile Describe(const Column& column, int form, const Values* values,
+                         CFField::StorageType storage) const;
 
   // The column's category counts typed as its storage; null when they are not all known or
   // cannot be written (adding a warning for a string column).

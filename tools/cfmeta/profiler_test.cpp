@@ -1,9 +1,14 @@
 #include "tools/cfmeta/profiler.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <set>
 #include <memory>
 #include <string>
 #include <vector>
@@ -19,6 +24,7 @@
 #include "cfmeta/summaries/cfstatisticsext.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "tools/cfmeta/csvreader.h"
+#include "tools/cfmeta/profilejson.h"
 #include "tools/cfmeta/toolerror.h"
 
 namespace cfmeta_tool {
@@ -29,6 +35,7 @@ using ::testing::HasSubstr;
 struct Profiled {
   std::unique_ptr<CFMetaData> metadata;
   std::vector<std::string> warnings;
+  std::vector<ColumnProfile> columns;  // with summaries
 };
 
 // Profiles `text`, fed in pieces of `piece` bytes (all at once for 0).
@@ -42,7 +49,7 @@ Profiled Profile(const std::string& text, unsigned maxCategories = 5, size_t pie
   }
   reader.Finish();
   Profiled result;
-  result.metadata = profiler.Finish(result.warnings);
+  result.metadata = profiler.Finish(result.warnings, &result.columns);
   return result;
 }
 
@@ -94,6 +101,12 @@ TEST(ProfilerTest, InfersStorageAndMeasurementLevel) {
       {"2024-01-31|2024-01-31T08:30", CFField::StringStorage, CFField::Flag},
       {"2024|2024-01-31", CFField::StringStorage, CFField::Flag},
       {"08:30|5", CFField::StringStorage, CFField::Flag},
+      {"01/31/2015|1/5/2015", CFField::DateStorage, CFField::Continuous},
+      {"Jan 1 2000|March 3 2001", CFField::DateStorage, CFField::Continuous},
+      {"1:30 PM|10:00:05 am", CFField::TimeStorage, CFField::Continuous},
+      {"2015/01/01 01:00:00|2015/12/31 23:59:59", CFField::TimestampStorage, CFField::Continuous},
+      {"13/13/2015|1/1/2015", CFField::StringStorage, CFField::Flag},
+      {"Jan 1 2000|2000-01-01", CFField::StringStorage, CFField::Flag},  // one form per column
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.cells);
@@ -276,7 +289,15 @@ TEST(ProfilerTest, SummariesHoldTheMomentsAndCategoriesOfTheData) {
   EXPECT_DOUBLE_EQ(140.7, moments->getVariance());
   EXPECT_NEAR(1.4996929578604363, moments->getSkewness(), 1e-12);
   EXPECT_NEAR(1.8749535902576675, moments->getKurtosis(), 1e-12);
-  EXPECT_DOUBLE_EQ(10.5 + 3 * std::sqrt(140.7), moments->getOutlierUpperBound());
+  // Quartiles 2 and 16 (the second and fifth of six), so the fences lie 21 beyond them.
+  EXPECT_EQ(-19.0, moments->getOutlierLowerBound());
+  EXPECT_EQ(37.0, moments->getOutlierUpperBound());
+  ASSERT_NE(nullptr, moments->getPercentiles());
+  EXPECT_EQ(14.0, moments->getPercentiles()->getInterQuartileRange());
+  EXPECT_EQ(7u, moments->getPercentiles()->getPercentileCount());
+  ASSERT_NE(nullptr, moments->getDistributionSummary());
+  // Integer bins two wide cover 1 to 32 in 16.
+  EXPECT_EQ(16u, moments->getDistributionSummary()->getClusterCount());
   EXPECT_EQ(1.0, moments->getMinimum());
   EXPECT_EQ(32.0, moments->getMaximum());
 
@@ -286,7 +307,13 @@ TEST(ProfilerTest, SummariesHoldTheMomentsAndCategoriesOfTheData) {
   const CFDistributionSummary* partial = t.getDisStatistics()->getDistributionSummary();
   ASSERT_NE(nullptr, partial);
   EXPECT_EQ(CfCppHelperV1::XMLEntities::True, partial->getMaxCatsExceeded());
-  EXPECT_EQ(2u, partial->getCategoryCount());  // p and q, the first two seen
+  // The two most frequent of all seven cells, not the first two seen: p three times, q twice.
+  ASSERT_EQ(2u, partial->getCategoryCount());
+  EXPECT_EQ("p", partial->getCategory(0)->getValue());
+  EXPECT_EQ(3, partial->getCategory(0)->getCount());
+  EXPECT_EQ("q", partial->getCategory(1)->getValue());
+  EXPECT_EQ("p", t.getDisStatistics()->getMode());
+  EXPECT_EQ("q", t.getDisStatistics()->getMedian());  // of p p p q q r s
 
   result = Profile(text, 5, 0, ',', true);
   const CFFieldSummary& c =
@@ -306,6 +333,118 @@ TEST(ProfilerTest, SummariesHoldTheMomentsAndCategoriesOfTheData) {
 
   // The summaries travel with the document.
   cfmeta_test::ExpectRoundTrip(*result.metadata);
+}
+
+TEST(ProfilerTest, DeepProfileMatchesFiguresWorkedOutApart) {
+  // n: 4,000 distinct integers; city: 3,000 rare names seen first, then a skewed few, so that
+  // the most frequent come long after the category limit; day: dates month first, which a
+  // 13th of the month settles; note: texts of known lengths.
+  std::string text = "n,city,day,note\n";
+  std::vector<double> ns;
+  std::map<std::string, uint64_t> cities;
+  const int rows = 20000;
+  for (int i = 0; i < rows; ++i) {
+    long long n = (i * 7919LL) % 4000 - 1000;
+    int j = i % 15;  // c0 in 6 of 15 rows, c1 in 4, c2 in 3, c3 in 2
+    std::string city = i < 3000 ? "rare" + std::to_string(i)
+                                : "c" + std::to_string(j < 6 ? 0 : j < 10 ? 1 : j < 13 ? 2 : 3);
+    int day = i % 28 + 1;
+    ns.push_back(static_cast<double>(n));
+    ++cities[city];
+    text += fmt::format("{},{},{:02}/{:02}/2015,n{}\n", n, city, i % 12 + 1, day,
+                        std::string(i % 9, 'x'));
+  }
+  Profiled result = Profile(text, 50, 0, ',', true);
+  ASSERT_EQ(4u, result.columns.size());
+  EXPECT_EQ(1u, result.warnings.size());  // city beyond the limit; no date order assumed
+
+  // Percentiles within 1% of the rank they stand for, worked out on the sorted values.
+  std::sort(ns.begin(), ns.end());
+  const ColumnProfile& n = result.columns[0];
+  EXPECT_EQ(4000u, n.distinct);
+  EXPECT_EQ(-1000.0, n.min);
+  EXPECT_EQ(2999.0, n.max);
+  for (size_t i = 0; i < n.percentiles.size(); ++i) {
+    double rank = std::upper_bound(ns.begin(), ns.end(), n.percentiles[i]) - ns.begin();
+    EXPECT_NEAR(ColumnProfile::kPercentileRanks[i] / 100.0, rank / rows, 0.01) << i;
+  }
+  double binned = 0;
+  for (const ColumnProfile::Bin& bin : n.histogram) binned += bin.count;
+  EXPECT_NEAR(rows, binned, 1.0);
+
+  // The true mode, whatever came first.
+  const ColumnProfile& city = result.columns[1];
+  auto mode = std::max_element(cities.begin(), cities.end(),
+                               [](const auto& a, const auto& b) { return a.second < b.second; });
+  ASSERT_FALSE(city.top.empty());
+  EXPECT_EQ(mode->first, city.top[0].text);
+  EXPECT_GE(mode->second, city.top[0].count - city.top[0].error);
+  EXPECT_LE(city.top[0].count - city.top[0].error, mode->second);
+  EXPECT_NEAR(static_cast<double>(cities.size()), static_cast<double>(city.distinct),
+              0.02 * static_cast<double>(cities.size()));
+  const CFFieldSummary& summary =
+      *result.metadata->getDatasetSummaries()->getFieldSummaries()->getFieldSummary(1);
+  ASSERT_NE(nullptr, summary.getDisStatistics());
+  EXPECT_EQ(mode->first, summary.getDisStatistics()->getMode());
+
+  const ColumnProfile& day = result.columns[2];
+  EXPECT_EQ(CFField::DateStorage, day.storage);
+  EXPECT_EQ("MM/DD/YYYY", day.dateForm);
+  EXPECT_FALSE(day.dateOrderAssumed);
+  EXPECT_EQ(IsoText(CFField::DateStorage, day.min, 0), "2015-01-01");
+
+  const ColumnProfile& note = result.columns[3];
+  EXPECT_EQ(1u, note.lengthMin);
+  EXPECT_EQ(9u, note.lengthMax);
+  EXPECT_NEAR(5.0, note.lengthMean, 0.01);
+  EXPECT_EQ("n", note.minText);
+  EXPECT_EQ("nxxxxxxxx", note.maxText);
+
+  // The JSON form: its keys and their types, dates as ISO text.
+  nlohmann::ordered_json json =
+      nlohmann::ordered_json::parse(ProfileJson(result.columns, result.metadata->GetRecordCount(false)));
+  EXPECT_EQ(rows, json["records"]);
+  for (const nlohmann::ordered_json& column : json["columns"]) {
+    for (const char* key : {"name", "storage", "level", "count", "nulls", "distinct",
+                            "distinct_exact", "min", "max", "top"}) {
+      EXPECT_TRUE(column.contains(key)) << column["name"] << " " << key;
+    }
+    EXPECT_TRUE(column["top"].is_array() && column["top"].size() <= 10);
+  }
+  const nlohmann::ordered_json& jn = json["columns"][0];
+  EXPECT_EQ("integer", jn["storage"]);
+  EXPECT_EQ("continuous", jn["level"]);
+  EXPECT_TRUE(jn["percentiles"]["50"].is_number_integer());
+  EXPECT_EQ(std::vector<std::string>({"1", "5", "25", "50", "75", "95", "99"}),
+            [&] {
+              std::vector<std::string> keys;
+              for (const auto& item : jn["percentiles"].items()) keys.push_back(item.key());
+              return keys;
+            }());
+  EXPECT_TRUE(jn["mean"].is_number() && jn["std"].is_number());
+  const nlohmann::ordered_json& jd = json["columns"][2];
+  EXPECT_EQ("date", jd["storage"]);
+  EXPECT_EQ("2015-01-01", jd["min"]);
+  EXPECT_EQ("2015-12-28", jd["max"]);
+  EXPECT_EQ("MM/DD/YYYY", jd["date_format"]);
+  EXPECT_TRUE(jd["percentiles"]["50"].is_string());
+  const nlohmann::ordered_json& jc = json["columns"][1];
+  EXPECT_EQ("string", jc["storage"]);
+  EXPECT_FALSE(jc.contains("mean"));
+  EXPECT_TRUE(jc["length"]["mean"].is_number());
+}
+
+TEST(ProfilerTest, AnAmbiguousDayAndMonthOrderIsAssumedAndSaid) {
+  Profiled result = Profile("d\n01/02/2015\n03/04/2015\n", 5, 0, ',', true);
+  ASSERT_EQ(1u, result.warnings.size());
+  EXPECT_THAT(result.warnings[0], HasSubstr("'d'"));
+  EXPECT_TRUE(result.columns[0].dateOrderAssumed);
+  // A day past 12 settles it either way.
+  for (const char* text : {"d\n01/02/2015\n31/12/2015\n", "d\n01/02/2015\n12/31/2015\n"}) {
+    result = Profile(text, 5, 0, ',', true);
+    EXPECT_TRUE(result.warnings.empty()) << text;
+    EXPECT_EQ(IsoText(CFField::DateStorage, result.columns[0].max, 0), "2015-12-31") << text;
+  }
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include "cfmeta/summaries/cfstatisticsext.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "tools/cfmeta/document.h"
+#include "tools/cfmeta/profiler.h"
 
 namespace cfmeta_tool {
 
@@ -46,14 +47,61 @@ CFContinuousStatisticsExt ContinuousBlock(const ColumnSummary& column) {
   set(&Block::setStdErrSkewness, moments.GetStdErrSkewness());
   set(&Block::setKurtosis, moments.GetKurtosis());
   set(&Block::setStdErrKurtosis, moments.GetStdErrKurtosis());
-  // Outliers lie more than three standard deviations from the mean.
-  double sd = moments.GetStdDev();
-  set(&Block::setOutlierLowerBound, moments.GetMean() - 3 * sd);
-  set(&Block::setOutlierUpperBound, moments.GetMean() + 3 * sd);
+  if (column.profile == nullptr) return block;
+  const ColumnProfile& profile = *column.profile;
+  // Outliers lie more than 1.5 interquartile ranges beyond the quartiles.
+  set(&Block::setOutlierLowerBound, profile.lowerFence);
+  set(&Block::setOutlierUpperBound, profile.upperFence);
+  CFPercentiles percentiles;
+  for (size_t i = 0; i < profile.percentiles.size(); ++i) {
+    CFPercentile percentile;
+    percentile.setRank(ColumnProfile::kPercentileRanks[i]);
+    percentile.setScore(profile.percentiles[i]);
+    percentiles.addPercentile(percentile);
+  }
+  percentiles.setInterQuartileRange(profile.interQuartileRange);
+  block.setPercentiles(percentiles);
+  CFDistributionSummary histogram;
+  histogram.setDiscrete(XMLEntities::False);
+  for (const ColumnProfile::Bin& bin : profile.histogram) {
+    CFCluster cluster;
+    cluster.setCount(std::llround(bin.count));
+    cluster.setMean(bin.mean);
+    cluster.setLower(bin.lower);
+    cluster.setUpper(bin.upper);
+    histogram.addCluster(cluster);
+  }
+  histogram.setMedian(fmt::format("{}", profile.percentiles[3]));
+  if (!profile.histogram.empty()) block.setDistributionSummary(histogram);
+  return block;
+}
+
+// The most frequent values of a text column beyond the category limit, with the share of all
+// its cells each holds; the median comes from the column's sketch.
+CFDiscreteStatisticsExt OverflowBlock(const ColumnSummary& column) {
+  const double valid = static_cast<double>(column.overflowCount);
+  CFDistributionSummary distribution;
+  distribution.setDiscrete(XMLEntities::True);
+  distribution.setMaxCatsExceeded(XMLEntities::True);
+  double cumulative = 0.0;
+  for (const CFHeavyHitters::Item& item : column.overflow) {
+    cumulative += static_cast<double>(item.count);
+    CFCategory category;
+    category.setValue(item.value);
+    category.setCount(static_cast<long long>(item.count));
+    category.setPercentage(100.0 * static_cast<double>(item.count) / valid);
+    category.setCumPercentage(100.0 * cumulative / valid);
+    distribution.addCategory(category);
+  }
+  CFDiscreteStatisticsExt block;
+  block.setMode(column.overflow.front().value);
+  block.setMedian(column.median);
+  block.setDistributionSummary(distribution);
   return block;
 }
 
 CFDiscreteStatisticsExt DiscreteBlock(const ColumnSummary& column) {
+  if (column.categories == nullptr) return OverflowBlock(column);
   const CFCatStats& categories = *column.categories;
   const uint32_t count = categories.GetNCats();
   const double valid = static_cast<double>(column.valid);
@@ -96,8 +144,9 @@ std::unique_ptr<CFDatasetSummaries> BuildSummaries(const std::vector<ColumnSumma
   for (const ColumnSummary& column : columns) {
     bool continuous =
         column.moments != nullptr && column.extrema != nullptr && column.moments->GetCount() > 0;
-    bool discrete =
-        column.categories != nullptr && column.categories->GetNCats() > 0 && column.valid > 0;
+    bool discrete = column.valid > 0 && ((column.categories != nullptr &&
+                                          column.categories->GetNCats() > 0) ||
+                                         !column.overflow.empty());
     // Every field summary holds one block: a field without either has none.
     if (!continuous && !discrete) continue;
     CFFieldSummary summary;
@@ -127,6 +176,22 @@ void WriteSummaries(const CFMetaData& metadata, std::ostream& out) {
     std::string line = fmt::format("{}: valid {}, missing {}", field.getFieldName(),
                                    field.getValidCount(), field.getMissingCount());
     if (const CFContinuousStatisticsExt* stats = field.getConStatistics()) {
+      const CFField* described = metadata.GetField(field.getFieldName());
+      const CFFormat* format = described ? metadata.GetDisplayFormat(*described) : nullptr;
+      CFFormat::ValueUnits units = described ? UnitsOf(described->GetStorage()) : CFFormat::NoUnits;
+      auto shown = [&](double value) { return Trim(Render(CFDatum(value), format, units, 6)); };
+      if (const CFPercentiles* percentiles = stats->getPercentiles()) {
+        std::string listed;
+        for (size_t p = 0; p < percentiles->getPercentileCount(); ++p) {
+          const CFPercentile& percentile = *percentiles->getPercentile(p);
+          listed += fmt::format("{}{} {}", listed.empty() ? "" : ", ",
+                                Number(percentile.getRank()), shown(percentile.getScore()));
+        }
+        if (!listed.empty()) line += "; percentiles " + listed;
+        if (percentiles->hasInterQuartileRange()) {
+          line += fmt::format(" (IQR {})", Number(percentiles->getInterQuartileRange()));
+        }
+      }
       if (stats->hasSkewness()) {
         line += fmt::format("; skewness {} (se {})", Number(stats->getSkewness()),
                             Number(stats->getStdErrSkewness()));
@@ -136,19 +201,28 @@ void WriteSummaries(const CFMetaData& metadata, std::ostream& out) {
                             Number(stats->getStdErrKurtosis()));
       }
       if (stats->hasOutlierLowerBound() && stats->hasOutlierUpperBound()) {
-        const CFField* described = metadata.GetField(field.getFieldName());
-        const CFFormat* format = described ? metadata.GetDisplayFormat(*described) : nullptr;
-        CFFormat::ValueUnits units =
-            described ? UnitsOf(described->GetStorage()) : CFFormat::NoUnits;
-        auto bound = [&](double value) { return Trim(Render(CFDatum(value), format, units, 6)); };
-        line += fmt::format("; outliers beyond {} .. {}", bound(stats->getOutlierLowerBound()),
-                            bound(stats->getOutlierUpperBound()));
+        line += fmt::format("; outliers beyond {} .. {}", shown(stats->getOutlierLowerBound()),
+                            shown(stats->getOutlierUpperBound()));
+      }
+      if (const CFDistributionSummary* histogram = stats->getDistributionSummary()) {
+        if (histogram->getClusterCount() > 0) {
+          line += fmt::format("; histogram of {} bins", histogram->getClusterCount());
+        }
       }
     } else if (const CFDiscreteStatisticsExt* stats = field.getDisStatistics()) {
-      line += fmt::format("; mode {}, median {}", stats->getMode(), stats->getMedian());
+      line += fmt::format("; mode {}", stats->getMode());
+      if (!stats->getMedian().empty()) line += fmt::format(", median {}", stats->getMedian());
       if (const CFDistributionSummary* distribution = stats->getDistributionSummary()) {
-        line += fmt::format("; {} categories", distribution->getCategoryCount());
-        if (distribution->getMaxCatsExceeded() == XMLEntities::True) line += " (more not counted)";
+        bool exceeded = distribution->getMaxCatsExceeded() == XMLEntities::True;
+        line += fmt::format("; {} {}", distribution->getCategoryCount(),
+                            exceeded ? "most frequent values" : "categories");
+        std::string listed;
+        for (size_t c = 0; c < distribution->getCategoryCount() && c < 3; ++c) {
+          const CFCategory& category = *distribution->getCategory(c);
+          listed += fmt::format("{}{} {:.1f}%", listed.empty() ? "" : ", ", category.getValue(),
+                                category.getPercentage());
+        }
+        if (exceeded && !listed.empty()) line += " (" + listed + ", ...)";
       }
     }
     out << line << '\n';

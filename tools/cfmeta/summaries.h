@@ -1,6 +1,7 @@
 // The dataset summaries `cfmeta profile --summaries` computes: per field its valid and missing
-// counts, and for a continuous field its moments up to the fourth with outlier bounds, or for a
-// categorical one its distribution of categories with mode and median.
+// counts, and for a continuous field its moments up to the fourth, percentiles, interquartile
+// range, outlier bounds and a histogram, or for a categorical one its distribution of
+// categories with mode and median.
 #ifndef TOOLS_CFMETA_SUMMARIES_H_
 #define TOOLS_CFMETA_SUMMARIES_H_
 
@@ -10,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "cfmeta/stats/cfsketches.h"
+
 class CFCatStats;
 class CFContStats;
 class CFDatasetSummaries;
@@ -18,18 +21,27 @@ class CFMoments;
 
 namespace cfmeta_tool {
 
+struct ColumnProfile;
+
 // What one column adds to the summaries. At most one of the two blocks is given; a column
 // with neither (no valid value) has no summary.
 struct ColumnSummary {
   std::string name;
   uint64_t valid = 0;
   uint64_t missing = 0;
-  // A continuous column: its moments and its extrema. Not owned.
+  // A continuous column: its moments, its extrema and its profile (percentiles, histogram).
+  // Not owned.
   const CFMoments* moments = nullptr;
   const CFContStats* extrema = nullptr;
-  // A categorical column: its categories in ascending order, and whether more values were
-  // seen than they hold. Not owned.
+  const ColumnProfile* profile = nullptr;
+  // A categorical column: its categories in ascending order. Not owned.
   const CFCatStats* categories = nullptr;
+  // Or, for a text column with more distinct values than categories are kept for, its most
+  // frequent values (most frequent first) out of `overflowCount` cells, and its median when
+  // known.
+  std::vector<CFHeavyHitters::Item> overflow;
+  uint64_t overflowCount = 0;
+  std::string median;
   bool exceeded = false;
 };
 
