@@ -1,4 +1,5 @@
-// The heavy hitters: counters found through a hash table and kept in a min-heap by count.
+// The heavy hitters: counters found through a hash table, with the least of them gathered only
+// when one must be evicted.
 #include <algorithm>
 #include <utility>
 
@@ -41,23 +42,20 @@ void CFHeavyHitters::Add(std::string_view value, uint64_t hash, uint64_t weight)
   m_count += weight;
   const uint32_t found = Find(value, hash);
   if (found != kNone) {
-    m_counters[found].count += weight;
-    SiftDown(m_heapPosition[found]);
+    m_counters[found].count += weight;  // it stays out of the least, where it may sit as stale
     return;
   }
   if (m_counters.size() < m_capacity) {
     const uint32_t index = static_cast<uint32_t>(m_counters.size());
     m_counters.push_back(Counter{std::string(value), hash, weight, 0});
     InsertSlot(index);
-    m_heap.push_back(index);
-    m_heapPosition.push_back(index);
-    SiftUp(index);
+    m_least.clear();
     return;
   }
   // The value takes over the least counter; whatever weight that counter had may have been
   // the new value's, so it becomes the error.
   m_exact = false;
-  const uint32_t index = m_heap[0];
+  const uint32_t index = TakeLeast();
   EraseSlot(index);
   Counter& counter = m_counters[index];
   counter.value.assign(value.data(), value.size());
@@ -65,7 +63,6 @@ void CFHeavyHitters::Add(std::string_view value, uint64_t hash, uint64_t weight)
   counter.error = counter.count;
   counter.count += weight;
   InsertSlot(index);
-  SiftDown(0);
 }
 
 void CFHeavyHitters::Merge(const CFHeavyHitters& other) {
@@ -77,8 +74,8 @@ void CFHeavyHitters::Merge(const CFHeavyHitters& other) {
   }
   // A value one side holds no counter for may have up to that side's least count there
   // (nothing while the side is exact), so it is added to count and error alike.
-  const uint64_t floorHere = m_exact ? 0 : m_counters[m_heap[0]].count;
-  const uint64_t floorThere = other.m_exact ? 0 : other.m_counters[other.m_heap[0]].count;
+  const uint64_t floorHere = m_exact ? 0 : LeastCount();
+  const uint64_t floorThere = other.m_exact ? 0 : other.LeastCount();
   std::vector<Counter> combined;
   combined.reserve(m_counters.size() + other.m_counters.size());
   for (const Counter& counter : m_counters) {
@@ -222,41 +219,28 @@ void CFHeavyHitters::EraseSlot(uint32_t index) {
   m_slots[hole] = 0;
 }
 
-bool CFHeavyHitters::HeapLess(uint32_t a, uint32_t b) const {
-  const Counter& x = m_counters[a];
-  const Counter& y = m_counters[b];
-  if (x.count != y.count) return x.count < y.count;
-  if (x.hash != y.hash) return x.hash < y.hash;
-  return x.value < y.value;
+uint64_t CFHeavyHitters::LeastCount() const {
+  uint64_t least = UINT64_MAX;
+  for (const Counter& counter : m_counters) least = std::min(least, counter.count);
+  return m_counters.empty() ? 0 : least;
 }
 
-void CFHeavyHitters::SiftDown(uint32_t position) {
-  const uint32_t size = static_cast<uint32_t>(m_heap.size());
-  const uint32_t index = m_heap[position];
+uint32_t CFHeavyHitters::TakeLeast() {
   for (;;) {
-    uint32_t child = 2 * position + 1;
-    if (child >= size) break;
-    if (child + 1 < size && HeapLess(m_heap[child + 1], m_heap[child])) ++child;
-    if (!HeapLess(m_heap[child], index)) break;
-    m_heap[position] = m_heap[child];
-    m_heapPosition[m_heap[position]] = position;
-    position = child;
+    while (!m_least.empty()) {
+      const uint32_t index = m_least.back();
+      m_least.pop_back();
+      if (m_counters[index].count == m_leastCount) return index;
+    }
+    // Every counter with the least count, the lowest index last so that it goes first. Counts
+    // only grow between scans, so a candidate still at that count is still among the least;
+    // a scan serves as many evictions as it finds counters, which in a stream of mostly new
+    // values is nearly all of them.
+    m_leastCount = LeastCount();
+    for (uint32_t i = static_cast<uint32_t>(m_counters.size()); i-- > 0;) {
+      if (m_counters[i].count == m_leastCount) m_least.push_back(i);
+    }
   }
-  m_heap[position] = index;
-  m_heapPosition[index] = position;
-}
-
-void CFHeavyHitters::SiftUp(uint32_t position) {
-  const uint32_t index = m_heap[position];
-  while (position > 0) {
-    const uint32_t parent = (position - 1) / 2;
-    if (!HeapLess(index, m_heap[parent])) break;
-    m_heap[position] = m_heap[parent];
-    m_heapPosition[m_heap[position]] = position;
-    position = parent;
-  }
-  m_heap[position] = index;
-  m_heapPosition[index] = position;
 }
 
 void CFHeavyHitters::Rebuild(std::vector<Counter> counters) {
@@ -270,12 +254,5 @@ void CFHeavyHitters::Rebuild(std::vector<Counter> counters) {
     m_counters.push_back(std::move(counter));
     InsertSlot(static_cast<uint32_t>(m_counters.size() - 1));
   }
-  const uint32_t size = static_cast<uint32_t>(m_counters.size());
-  m_heap.resize(size);
-  m_heapPosition.resize(size);
-  for (uint32_t i = 0; i < size; ++i) {
-    m_heap[i] = i;
-    m_heapPosition[i] = i;
-  }
-  for (uint32_t i = size / 2; i-- > 0;) SiftDown(i);
+  m_least.clear();
 }

@@ -321,16 +321,18 @@ class CFMETA_API CFHeavyHitters {
   uint32_t Find(std::string_view value, uint64_t hash) const;
   void InsertSlot(uint32_t index);
   void EraseSlot(uint32_t index);
-  bool HeapLess(uint32_t a, uint32_t b) const;
-  void SiftDown(uint32_t position);
-  void SiftUp(uint32_t position);
-  // Replaces the counters, rebuilding the table and the heap.
+  // The least count held; 0 when none is.
+  uint64_t LeastCount() const;
+  // A counter with the least count, to evict. Requires: a counter is held.
+  uint32_t TakeLeast();
+  // Replaces the counters, rebuilding the table.
   void Rebuild(std::vector<Counter> counters);
 
   std::vector<Counter> m_counters;
-  // A min-heap of counter indices by (count, hash, value); m_heapPosition is its inverse.
-  std::vector<uint32_t> m_heap;
-  std::vector<uint32_t> m_heapPosition;
+  // Counters that had the least count, m_leastCount, when they were last looked for; some may
+  // have grown since. Empty until the first eviction and after any rebuild.
+  std::vector<uint32_t> m_least;
+  uint64_t m_leastCount = 0;
   // Open addressing by hash with linear probing: counter index + 1, 0 marking a free slot.
   std::vector<uint32_t> m_slots;
   uint64_t m_count = 0;

@@ -66,7 +66,7 @@ Json ColumnJson(const ColumnProfile& column) {
   if (column.numeric) {
     out["min"] = ValueJson(column, column.min);
     out["max"] = ValueJson(column, column.max);
-  } else if (column.count > 0 && column.storage == CFField::StringStorage) {
+  } else if (column.texts) {
     out["min"] = column.minText;
     out["max"] = column.maxText;
   } else {
@@ -108,7 +108,7 @@ Json ColumnJson(const ColumnProfile& column) {
     out["date_format"] = column.dateForm;
     out["date_order_assumed"] = column.dateOrderAssumed;
   }
-  if (column.storage == CFField::StringStorage && column.count > 0) {
+  if (column.texts) {
     out["length"] = {{"min", column.lengthMin},
                      {"max", column.lengthMax},
                      {"mean", column.lengthMean}};

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <numeric>
 #include <string_view>
 #include <tuple>
 #include <unordered_set>
@@ -191,26 +192,25 @@ struct Profiler::Values {
 struct Profiler::Beyond {
   CFDistinctCount distinct;
   CFHeavyHitters top;
-  // The median of a column that was already text when the categories overflowed.
-  std::unique_ptr<CFStringQuantileSketch> texts;
+  // The first and last texts and the lengths, of the `texts` cells added as text: a column
+  // that turns text after its categories overflow has them for its later cells only.
   std::string minText, maxText;
-  uint64_t lengthMin = UINT64_MAX, lengthMax = 0, lengthSum = 0, count = 0;
+  uint64_t lengthMin = UINT64_MAX, lengthMax = 0, lengthSum = 0, texts = 0, count = 0;
 
-  Beyond(uint32_t capacity, bool text) : top(capacity) {
-    if (text) texts = std::make_unique<CFStringQuantileSketch>();
-  }
-  void Add(std::string_view text, uint64_t weight) {
+  explicit Beyond(uint32_t capacity) : top(capacity) {}
+  void Add(std::string_view text, uint64_t weight, bool asText) {
     uint64_t hash = CFSketchHash(text.data(), text.size());
     distinct.AddHash(hash);
     top.Add(text, hash, weight);
-    if (texts) texts->Add(text, weight);
+    count += weight;
+    if (!asText) return;
     uint64_t length = Characters(text);
     lengthMin = std::min(lengthMin, length);
     lengthMax = std::max(lengthMax, length);
     lengthSum += length * weight;
-    if (count == 0 || text < minText) minText.assign(text);
-    if (count == 0 || text > maxText) maxText.assign(text);
-    count += weight;
+    if (texts == 0 || text < minText) minText.assign(text);
+    if (texts == 0 || text > maxText) maxText.assign(text);
+    texts += weight;
   }
 };
 
@@ -297,11 +297,13 @@ struct Profiler::Column {
     exceeded = true;
     if (details) {
       uint32_t capacity = std::clamp(2 * maxCategories, 64u, 1024u);
-      beyond = std::make_unique<Beyond>(capacity, kind == Kind::String);
+      beyond = std::make_unique<Beyond>(capacity);
+      bool text = kind == Kind::String;
       for (uint32_t i = 0; i < categories->GetNCats(); ++i) {
-        beyond->Add(categories->GetCatVal(i), static_cast<uint64_t>(categories->GetCatWeight(i)));
+        beyond->Add(categories->GetCatVal(i), static_cast<uint64_t>(categories->GetCatWeight(i)),
+                    text);
       }
-      beyond->Add(key, 1);
+      beyond->Add(key, 1, text);
     }
     categories.reset();
   }
@@ -349,7 +351,7 @@ void Profiler::Cell(size_t column, const char* text, size_t length) {
   if (c.categories) {
     c.Count(text, length, m_maxCategories, m_details);
   } else if (c.beyond) {
-    c.beyond->Add(std::string_view(text, length), 1);
+    c.beyond->Add(std::string_view(text, length), 1, c.kind == Kind::String);
   }
 }
 
@@ -471,35 +473,42 @@ void ExactDistribution(const WeightedValues& values, double total, ColumnProfile
   }
 }
 
-// The sketch's estimates. A bin's mean averages the quantiles across the ranks it spans.
+// The sketch's estimates. A bin's mean averages the quantiles across the ranks it spans; every
+// quantile comes from one sorting of the sketch's items.
 void SketchedDistribution(const CFQuantileSketch& sketch, ColumnProfile& profile) {
   profile.percentilesExact = sketch.IsExact();
-  for (size_t i = 0; i < profile.percentiles.size(); ++i) {
-    profile.percentiles[i] = sketch.Quantile(ColumnProfile::kPercentileRanks[i] / 100.0);
-  }
   profile.histogram = EmptyBins(profile);
-  // The share of the values below `bound`.
-  auto below = [&sketch](double bound) {
-    return sketch.Rank(std::nextafter(bound, -std::numeric_limits<double>::infinity()));
-  };
-  const double total = static_cast<double>(sketch.Count());
-  double from = 0.0;
-  for (size_t i = 0; i < profile.histogram.size(); ++i) {
-    ColumnProfile::Bin& bin = profile.histogram[i];
-    double to = i + 1 == profile.histogram.size() ? 1.0 : below(bin.upper);
-    bin.count = std::max(0.0, to - from) * total;
-    double sum = 0.0;
+  const size_t bins = profile.histogram.size();
+  // The share of the values below each bin's upper bound: a linear pass over the items each.
+  std::vector<double> shares(bins + 1, 0.0);
+  for (size_t i = 0; i + 1 < bins; ++i) {
+    double bound = std::nextafter(profile.histogram[i].upper,
+                                  -std::numeric_limits<double>::infinity());
+    shares[i + 1] = std::max(shares[i], sketch.Rank(bound));
+  }
+  shares[bins] = 1.0;
+  std::vector<double> fractions;
+  for (int rank : ColumnProfile::kPercentileRanks) fractions.push_back(rank / 100.0);
+  for (size_t i = 0; i < bins; ++i) {
     for (int j = 0; j < kBinMeanSamples; ++j) {
-      sum += sketch.Quantile(from + (to - from) * (j + 0.5) / kBinMeanSamples);
+      fractions.push_back(shares[i] + (shares[i + 1] - shares[i]) * (j + 0.5) / kBinMeanSamples);
     }
-    bin.mean = bin.count > 0 ? std::clamp(sum / kBinMeanSamples, bin.lower, bin.upper)
-                             : (bin.lower + bin.upper) / 2;
-    from = std::max(from, to);
+  }
+  std::vector<double> quantiles = sketch.Quantiles(fractions);
+  std::copy_n(quantiles.begin(), profile.percentiles.size(), profile.percentiles.begin());
+  const double total = static_cast<double>(sketch.Count());
+  for (size_t i = 0; i < bins; ++i) {
+    ColumnProfile::Bin& bin = profile.histogram[i];
+    bin.count = (shares[i + 1] - shares[i]) * total;
+    auto samples = quantiles.begin() + profile.percentiles.size() + i * kBinMeanSamples;
+    double mean = std::accumulate(samples, samples + kBinMeanSamples, 0.0) / kBinMeanSamples;
+    bin.mean = bin.count > 0 ? std::clamp(mean, bin.lower, bin.upper) : (bin.lower + bin.upper) / 2;
   }
 }
 
 void SetTexts(ColumnProfile& profile, const std::string& minText, const std::string& maxText,
               uint64_t lengthMin, uint64_t lengthMax, double lengthSum) {
+  profile.texts = true;
   profile.minText = minText;
   profile.maxText = maxText;
   profile.lengthMin = lengthMin;
@@ -569,7 +578,7 @@ ColumnProfile Profiler::Describe(const Column& column, int form, const Values* v
     for (const CFHeavyHitters::Item& item : beyond.top.Top(ColumnProfile::kTopValues)) {
       top.push_back({item.value, 0.0, item.count, item.error});
     }
-    if (storage == CFField::StringStorage && beyond.count > 0) {
+    if (storage == CFField::StringStorage && beyond.texts == beyond.count) {
       SetTexts(profile, beyond.minText, beyond.maxText, beyond.lengthMin, beyond.lengthMax,
                static_cast<double>(beyond.lengthSum));
     }
@@ -686,7 +695,6 @@ std::unique_ptr<CFMetaData> Profiler::Finish(std::vector<std::string>& warnings,
       } else if (column.kind == Kind::String && column.beyond) {
         summary.overflow = column.beyond->top.Top(m_maxCategories);
         summary.overflowCount = column.beyond->count;
-        if (column.beyond->texts) summary.median = column.beyond->texts->Quantile(0.5);
         summary.exceeded = true;
       }
       summaries.push_back(std::move(summary));

@@ -69,7 +69,9 @@ struct ColumnProfile {
   bool distinctExact = true;
   // Most frequent first, ties in ascending order of text; at most kTopValues.
   std::vector<Top> top;
-  // Strings: the first and last by byte order, and lengths in characters.
+  // Strings: the first and last by byte order, and lengths in characters; unknown (`texts`
+  // false) for a column that turned text after it had more distinct values than categories.
+  bool texts = false;
   std::string minText, maxText;
   uint64_t lengthMin = 0, lengthMax = 0;
   double lengthMean = 0.0;

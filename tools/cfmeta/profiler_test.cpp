@@ -313,7 +313,7 @@ TEST(ProfilerTest, SummariesHoldTheMomentsAndCategoriesOfTheData) {
   EXPECT_EQ(3, partial->getCategory(0)->getCount());
   EXPECT_EQ("q", partial->getCategory(1)->getValue());
   EXPECT_EQ("p", t.getDisStatistics()->getMode());
-  EXPECT_EQ("q", t.getDisStatistics()->getMedian());  // of p p p q q r s
+  EXPECT_EQ("", t.getDisStatistics()->getMedian());  // not known beyond the limit
 
   result = Profile(text, 5, 0, ',', true);
   const CFFieldSummary& c =

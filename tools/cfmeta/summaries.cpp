@@ -77,7 +77,7 @@ CFContinuousStatisticsExt ContinuousBlock(const ColumnSummary& column) {
 }
 
 // The most frequent values of a text column beyond the category limit, with the share of all
-// its cells each holds; the median comes from the column's sketch.
+// its cells each holds; no median.
 CFDiscreteStatisticsExt OverflowBlock(const ColumnSummary& column) {
   const double valid = static_cast<double>(column.overflowCount);
   CFDistributionSummary distribution;
@@ -95,7 +95,6 @@ CFDiscreteStatisticsExt OverflowBlock(const ColumnSummary& column) {
   }
   CFDiscreteStatisticsExt block;
   block.setMode(column.overflow.front().value);
-  block.setMedian(column.median);
   block.setDistributionSummary(distribution);
   return block;
 }

@@ -37,11 +37,10 @@ struct ColumnSummary {
   // A categorical column: its categories in ascending order. Not owned.
   const CFCatStats* categories = nullptr;
   // Or, for a text column with more distinct values than categories are kept for, its most
-  // frequent values (most frequent first) out of `overflowCount` cells, and its median when
-  // known.
+  // frequent values (most frequent first) out of `overflowCount` cells. Its median is not
+  // known: ordering every text would cost more than the rest of the profile.
   std::vector<CFHeavyHitters::Item> overflow;
   uint64_t overflowCount = 0;
-  std::string median;
   bool exceeded = false;
 };
 
