@@ -25,6 +25,7 @@ const Target kTargets[] = {
     {"metadata_roundtrip", cffuzz::CheckMetadataRoundTrip},
     {"xml_wrapper", cffuzz::CheckXMLWrapper},
     {"number_format", cffuzz::CheckNumberFormat},
+    {"sketches", cffuzz::CheckSketches},
 };
 
 std::vector<std::filesystem::path> FilesUnder(const std::filesystem::path& dir) {

@@ -16,6 +16,7 @@
 #include "cfmeta/field/cfdatum.h"
 #include "cfmeta/format/cfnumberformat.h"
 #include "cfmeta/metadata/cfmetadata.h"
+#include "cfmeta/stats/cfsketches.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "cfmeta/xml/cfxmliteratorwrapper.h"
 #include "cfmeta/xml/cfxmlwrapper.h"
@@ -460,6 +461,73 @@ std::string CheckNumberFormat(const uint8_t* data, size_t size) {
   std::string broken = CheckRendering(format, CFDatum(real));
   if (broken.empty()) broken = CheckRendering(format, CFDatum(whole));
   return broken;
+}
+
+namespace {
+
+// Adds the stream `bytes` to `sketch`: values are the pieces between NUL bytes, read as
+// numbers by `Number` sketches, with a weight of the piece's length modulo 4.
+template <typename Sketch, typename AddPiece>
+void AddPieces(const std::string& bytes, Sketch& sketch, AddPiece add) {
+  size_t start = 0;
+  while (start <= bytes.size()) {
+    size_t end = bytes.find('\0', start);
+    if (end == std::string::npos) end = bytes.size();
+    add(sketch, std::string_view(bytes).substr(start, end - start), (end - start) % 4);
+    start = end + 1;
+  }
+}
+
+template <typename Sketch, typename Count, typename AddPiece>
+std::string CheckSketch(const std::string& bytes, Count count, AddPiece add) {
+  Sketch sketch;
+  if (Sketch::Deserialize(bytes.data(), bytes.size(), sketch) != 0) {
+    AddPieces(bytes, sketch, add);
+  }
+  const std::string written = sketch.Serialize();
+  Sketch reread;
+  if (Sketch::Deserialize(written.data(), written.size(), reread) != 0) {
+    return "a sketch's own bytes are refused";
+  }
+  if (reread.Serialize() != written) return "a sketch does not read back to its own bytes";
+  const uint64_t before = count(sketch);
+  sketch.Merge(sketch);
+  if (before <= UINT64_MAX / 2 && count(sketch) != 2 * before) {
+    return "merging a sketch into itself does not double its count";
+  }
+  return "";
+}
+
+}  // namespace
+
+std::string CheckSketches(const uint8_t* data, size_t size) {
+  if (size == 0) return "";
+  const std::string bytes(reinterpret_cast<const char*>(data) + 1, size - 1);
+  auto total = [](const auto& sketch) { return sketch.Count(); };
+  switch (data[0] % 4) {
+    case 0:
+      return CheckSketch<CFQuantileSketch>(
+          bytes, total, [](CFQuantileSketch& sketch, std::string_view piece, uint64_t weight) {
+            double value = 0;
+            if (piece.size() >= sizeof value) std::memcpy(&value, piece.data(), sizeof value);
+            sketch.Add(value, weight);
+          });
+    case 1:
+      return CheckSketch<CFStringQuantileSketch>(
+          bytes, total,
+          [](CFStringQuantileSketch& sketch, std::string_view piece, uint64_t weight) {
+            sketch.Add(piece, weight);
+          });
+    case 2:
+      return CheckSketch<CFDistinctCount>(
+          bytes, [](const CFDistinctCount&) { return uint64_t{0}; },
+          [](CFDistinctCount& sketch, std::string_view piece, uint64_t) { sketch.Add(piece); });
+    default:
+      return CheckSketch<CFHeavyHitters>(
+          bytes, total, [](CFHeavyHitters& sketch, std::string_view piece, uint64_t weight) {
+            sketch.Add(piece, weight);
+          });
+  }
 }
 
 }  // namespace cffuzz

@@ -27,6 +27,12 @@ std::string CheckXMLWrapper(const uint8_t* data, size_t size);
 // survive a write and a read, and every rendering must keep to its width rule.
 std::string CheckNumberFormat(const uint8_t* data, size_t size);
 
+// The first byte picks a sketch (quantiles of numbers or of texts, distinct count, heavy
+// hitters). The rest is read as a serialised sketch; when that is refused, it is a stream of
+// values to add instead. A sketch read or built must serialise to bytes that read back to the
+// same bytes, and merging it into itself must double its count.
+std::string CheckSketches(const uint8_t* data, size_t size);
+
 }  // namespace cffuzz
 
 #endif  // CFMETA_FUZZ_CFFUZZ_CHECKS_H_

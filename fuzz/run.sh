@@ -1,14 +1,14 @@
 #!/bin/bash
 # Builds the fuzz targets in build-fuzz/ and runs one target, or all of them one after another,
 # for the given number of seconds each:
-#   fuzz/run.sh metadata_roundtrip|xml_wrapper|number_format|all SECONDS
+#   fuzz/run.sh metadata_roundtrip|xml_wrapper|number_format|sketches|all SECONDS
 # Each target works on a scratch corpus in build-fuzz/corpus-work/<target>, seeded from the
 # committed fuzz/corpus/<target> and fuzz/regressions/<target>, so runs never touch git. A crash
 # leaves its input in build-fuzz/findings/<target>/ and makes the script fail.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-targets="metadata_roundtrip xml_wrapper number_format"
+targets="metadata_roundtrip xml_wrapper number_format sketches"
 what="${1:-}"
 seconds="${2:-}"
 if [[ -z "$what" || ! "$seconds" =~ ^[0-9]+$ ]] ||

@@ -83,6 +83,12 @@ void InsertionSort(double* v, size_t n) {
 // min(na, nb) steps neither end can run past its inputs, and taking ties from `a` at the front
 // and from `b` at the back keeps the two halves apart. A plain merge does the middle.
 void MergeSorted(const double* a, ptrdiff_t na, const double* b, ptrdiff_t nb, double* out) {
+  // An empty side may come as a null pointer, to which no offset may be added.
+  if (na == 0 || nb == 0) {
+    if (na > 0) std::copy(a, a + na, out);
+    if (nb > 0) std::copy(b, b + nb, out);
+    return;
+  }
   ptrdiff_t i = 0;
   ptrdiff_t j = 0;
   ptrdiff_t iLast = na - 1;
