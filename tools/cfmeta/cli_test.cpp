@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pty.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -22,6 +23,7 @@
 namespace {
 
 using ::testing::HasSubstr;
+using ::testing::Not;
 
 struct Result {
   int status = -1;
@@ -52,27 +54,65 @@ class CliTest : public ::testing::Test {
     return Path(name);
   }
 
-  // Runs the tool with `args`; standard output and error are caught in files.
-  Result Run(const std::vector<std::string>& args) const {
+  // Runs the tool with `args`, standard input read from the file `input` when one is given, and
+  // `env` added to an environment without COLUMNS; standard output and error are caught in
+  // files, or standard output in a terminal `terminalColumns` wide when that is not 0.
+  Result Run(const std::vector<std::string>& args, const std::string& input = "",
+             const std::vector<std::string>& env = {}, unsigned short terminalColumns = 0) const {
     std::string out = Path("stdout"), err = Path("stderr");
     posix_spawn_file_actions_t files;
     posix_spawn_file_actions_init(&files);
-    posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, out.c_str(),
-                                     O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    if (!input.empty()) {
+      posix_spawn_file_actions_addopen(&files, STDIN_FILENO, input.c_str(), O_RDONLY, 0);
+    }
+    int terminal = -1, slave = -1;
+    struct winsize size {};
+    size.ws_row = 24;
+    size.ws_col = terminalColumns;
+    if (terminalColumns > 0) {
+      if (openpty(&terminal, &slave, nullptr, nullptr, &size) != 0) {
+        posix_spawn_file_actions_destroy(&files);
+        return Result();
+      }
+      posix_spawn_file_actions_adddup2(&files, slave, STDOUT_FILENO);
+      posix_spawn_file_actions_addclose(&files, terminal);
+    } else {
+      posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, out.c_str(),
+                                       O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    }
     posix_spawn_file_actions_addopen(&files, STDERR_FILENO, err.c_str(),
                                      O_WRONLY | O_CREAT | O_TRUNC, 0600);
     std::vector<char*> argv{const_cast<char*>(CFMETA_TOOL_PATH)};
     for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
     argv.push_back(nullptr);
+    std::vector<std::string> variables = env;
+    for (char** v = environ; *v != nullptr; ++v) {
+      if (std::string(*v).rfind("COLUMNS=", 0) != 0) variables.push_back(*v);
+    }
+    std::vector<char*> envp;
+    for (std::string& variable : variables) envp.push_back(variable.data());
+    envp.push_back(nullptr);
     Result result;
     pid_t pid = 0;
     int status = 0;
-    if (posix_spawn(&pid, CFMETA_TOOL_PATH, &files, nullptr, argv.data(), environ) == 0 &&
-        waitpid(pid, &status, 0) == pid && WIFEXITED(status)) {
+    bool spawned =
+        posix_spawn(&pid, CFMETA_TOOL_PATH, &files, nullptr, argv.data(), envp.data()) == 0;
+    posix_spawn_file_actions_destroy(&files);
+    if (terminal >= 0) {
+      // Read until the tool closes its end, so that it never waits on a full terminal; the
+      // terminal writes line ends as "\r\n".
+      close(slave);
+      char buffer[4096];
+      for (ssize_t n; spawned && (n = read(terminal, buffer, sizeof(buffer))) > 0;) {
+        result.out.append(buffer, static_cast<size_t>(n));
+      }
+      close(terminal);
+      for (size_t at; (at = result.out.find("\r\n")) != std::string::npos;) result.out.erase(at, 1);
+    }
+    if (spawned && waitpid(pid, &status, 0) == pid && WIFEXITED(status)) {
       result.status = WEXITSTATUS(status);
     }
-    posix_spawn_file_actions_destroy(&files);
-    result.out = Slurp(out);
+    if (terminal < 0) result.out = Slurp(out);
     result.err = Slurp(err);
     return result;
   }
@@ -123,12 +163,17 @@ TEST_F(CliTest, ProfileWritesADocumentTheOtherCommandsRead) {
   EXPECT_EQ(0, checked.status);
   EXPECT_THAT(checked.out, HasSubstr("5 fields"));
 
-  Result exported = Run({"export", Path("people.xml")});
-  ASSERT_EQ(0, exported.status);
+  // The document is indented and ends in a line end, yet loads to what the library exports.
   std::string expected;
   ASSERT_TRUE(metadata.ExportXMLDoc(expected));
-  EXPECT_EQ(expected, exported.out);
+  EXPECT_THAT(xml, HasSubstr(">\n  <"));
+  EXPECT_EQ('\n', xml.back());
+  Result exported = Run({"export", Path("people.xml")});
+  ASSERT_EQ(0, exported.status);
   EXPECT_EQ(xml, exported.out);
+  Result compact = Run({"export", "--compact", Path("people.xml")});
+  ASSERT_EQ(0, compact.status);
+  EXPECT_EQ(expected.c_str(), compact.out);
 
   Result shown = Run({"show", Path("people.xml")});
   ASSERT_EQ(0, shown.status) << shown.err;
@@ -153,7 +198,7 @@ TEST_F(CliTest, ProfileWritesADocumentTheOtherCommandsRead) {
 
 // The demo's document is kept as it was first written: a change in how the tool builds fields,
 // formats or summaries must not change a byte of it. Without --summaries the same document
-// comes out with no summaries element.
+// comes out with no summaries element; with --compact it is the library's own export of it.
 TEST_F(CliTest, DemoDocumentStaysByteForByte) {
   const std::string expected = Slurp(CFMETA_TESTDATA_DIR "/customers-demo.xml");
   ASSERT_FALSE(expected.empty());
@@ -165,8 +210,18 @@ TEST_F(CliTest, DemoDocumentStaysByteForByte) {
   ASSERT_EQ(0, profiled.status) << profiled.err;
   EXPECT_TRUE(Slurp(Path("demo.xml")) == expected) << "the demo document changed";
 
+  CFMetaData pinned(expected, nullptr);
+  std::string exported;
+  ASSERT_TRUE(pinned.ExportXMLDoc(exported));
+  args = demo;
+  args.insert(args.end(), {"--summaries", "--compact"});
+  Result compact = Run(args);
+  ASSERT_EQ(0, compact.status) << compact.err;
+  EXPECT_TRUE(compact.out == exported.c_str()) << "--compact is not the library's export";
+
+  // The summaries element stands on lines of its own.
   const std::string tag = CfCppHelperV1::XMLElements::DatasetSummaries;
-  const size_t from = expected.find("<" + tag + ">");
+  const size_t from = expected.rfind('\n', expected.find("<" + tag + ">"));
   const size_t to = expected.find("</" + tag + ">");
   ASSERT_NE(std::string::npos, from);
   ASSERT_NE(std::string::npos, to);
@@ -175,6 +230,102 @@ TEST_F(CliTest, DemoDocumentStaysByteForByte) {
   Result plain = Run(demo);
   ASSERT_EQ(0, plain.status) << plain.err;
   EXPECT_TRUE(plain.out == withoutSummaries) << "the demo document without summaries changed";
+}
+
+// Given data, show profiles it as profile --summaries does, from a file or standard input,
+// and shows nulls from the summaries or, without them, from the statistics; columns empty for
+// every field are left out, and a width cuts the widest long columns.
+TEST_F(CliTest, ShowProfilesDataAndListsNulls) {
+  const std::string data = Write("codes.csv",
+                                 "id,code,name,score\n"
+                                 "1,007,Ann,3.5\n"
+                                 "2,008,,\n"
+                                 "3,,Bob,4\n");
+  ASSERT_EQ(0, Run({"profile", data, "-o", Path("plain.xml")}).status);  // no summaries
+  const std::string heading =
+      "name   storage  measure  role   values  nulls      missing values  format               "
+      "statistics\n";
+  const std::string code =
+      "code   string   flag     input  2       1 (33.3%)  null                                 "
+      "007: 1, 008: 1\n";
+  const std::string survey = CFMETA_TESTDATA_DIR "/survey.xml";
+  struct Row {
+    std::vector<std::string> args;
+    std::string input;  // standard input's file
+    std::vector<std::string> env;
+    std::vector<std::string> shown;
+    std::vector<std::string> absent;
+  } rows[] = {
+      {{"show", data}, "", {}, {heading, code, "code: valid 2, missing 1;"}, {}},
+      {{"show", "-"}, data, {}, {heading, code, "code: valid 2, missing 1;"}, {}},
+      {{"show", Path("plain.xml")}, "", {}, {heading, code}, {"Summaries:"}},
+      {{"show", "-"}, Path("plain.xml"), {}, {heading, code}, {}},
+      {{"show", survey},
+       "",
+       {},
+       {"name          storage  measure     role        label                       values  labels"
+        "  missing values  format\n"},
+       {"nulls", "statistics", "\u2026"}},
+      // 104 characters wide: format and statistics, the widest, are cut to 13 each.
+      {{"show", data},
+       "",
+       {"COLUMNS=95"},
+       {"missing values  format         statistics\n",
+        "id     integer  nominal  input  3       0 (0%)     null            standard w=f\u2026  "
+        "1: 1, 2: 1, \u2026\n"},
+       {"3: 1"}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(::testing::PrintToString(row.args) + " < " + row.input);
+    Result shown = Run(row.args, row.input, row.env);
+    ASSERT_EQ(0, shown.status) << shown.err;
+    EXPECT_EQ("", shown.err);
+    for (const std::string& line : row.shown) EXPECT_THAT(shown.out, HasSubstr(line));
+    for (const std::string& text : row.absent) EXPECT_THAT(shown.out, Not(HasSubstr(text)));
+  }
+}
+
+// On a terminal, profile shows the table fitted to the terminal's width and says how to get
+// the document; show fits the same width.
+TEST_F(CliTest, TerminalGetsTheTableFittedToItsWidth) {
+  const std::string data = Write("codes.csv", "id,code,name,score\n1,007,Ann,3.5\n2,008,,\n");
+  const std::string cut = "standard w=f\u2026  1: 1, 2: 1\n";  // 95 wide, from 102
+  for (const char* command : {"profile", "show"}) {
+    SCOPED_TRACE(command);
+    Result result = Run({command, data}, "", {}, 95);
+    ASSERT_EQ(0, result.status) << result.err;
+    EXPECT_THAT(result.out, HasSubstr(cut));
+    EXPECT_THAT(result.out, Not(HasSubstr("<")));
+    EXPECT_EQ(std::string(command) == "profile", result.err.find("-o FILE") != std::string::npos)
+        << result.err;
+  }
+}
+
+// Warnings and the closing line of a long profile go to standard error unless --quiet.
+TEST_F(CliTest, QuietSilencesWarningsAndTheClosingLine) {
+  const std::string dates = Write("dates.csv", "day\n01/02/2024\n03/04/2024\n");
+  std::string big = "a,b\n";
+  const std::string row = "1234567,8.5\n";
+  const size_t rows = 10000000 / row.size() + 1;  // past 10 MB
+  for (size_t i = 0; i < rows; ++i) big += row;
+  const std::string large = Write("large.csv", big);
+  struct Row {
+    std::vector<std::string> args;
+    std::string err;  // a regular expression
+  } cases[] = {
+      {{"show", dates}, "cfmeta: warning: " + dates + ": column 'day': .*\n"},
+      {{"show", dates, "--quiet"}, ""},
+      {{"profile", dates, "-q", "-o", Path("dates.xml")}, ""},
+      {{"profile", large, "-o", Path("large.xml")},
+       "cfmeta: " + large + ": " + std::to_string(rows) + " rows, 2 columns in [0-9]+\\.[0-9] s\n"},
+      {{"profile", large, "--quiet", "-o", Path("large.xml")}, ""},
+  };
+  for (const Row& c : cases) {
+    SCOPED_TRACE(::testing::PrintToString(c.args));
+    Result result = Run(c.args);
+    EXPECT_EQ(0, result.status);
+    EXPECT_THAT(result.err, ::testing::MatchesRegex(c.err));
+  }
 }
 
 TEST_F(CliTest, BadInputExitsOneNamingTheFile) {
@@ -368,7 +519,7 @@ TEST_F(CliTest, FormatRendersThroughTheFieldsFormat) {
       // One field per format class.
       {"formats.xml", {"Amount", "-1234.5"}, "   ($1,234.50)\n"},  // decorated, shared
       {"formats.xml", {"Weight", "1234.5"}, "  1,234E+003\n"},     // scientific, shared
-      {"formats.xml", {"Token", "abc"}, "abc\n"},                  // string
+      {"formats.xml", {"Token", "abc", ""}, "abc\n.\n"},  // string: null is "." all the same
       {"formats.xml", {"Ordered", "2024-02-29"}, "2024-02-29\n"},  // date, shared
       {"formats.xml", {"Shipped", "2024-02-29T13:45:07"}, "29 Feb 24 13:45\n"},
       {"formats.xml", {"Handling", "90061"}, "1 1:1:1\n"},  // a duration, unpadded

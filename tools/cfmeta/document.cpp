@@ -71,7 +71,10 @@ void WriteText(const std::string& path, const std::string& text) {
 }
 
 std::unique_ptr<CFMetaData> LoadDocument(const std::string& path) {
-  std::string text = ReadFile(path);
+  return LoadDocumentText(path, ReadFile(path));
+}
+
+std::unique_ptr<CFMetaData> LoadDocumentText(const std::string& path, const std::string& text) {
   if (text.find_first_not_of(" \t\r\n") == std::string::npos) {
     throw LoadFailure(path, "the file is empty");
   }
@@ -112,9 +115,10 @@ CFFormat::ValueUnits UnitsOf(CFField::StorageType storage) {
 
 std::string Render(const CFDatum& value, const CFFormat* format, CFFormat::ValueUnits units,
                    int digits) {
+  // A null reads the same whatever the format: a string format would render it as nothing.
+  if (value.IsNull()) return ".";
   std::string text;
   if (format != nullptr && format->Format(value, units, text) == 0) return text;
-  if (value.IsNull()) return ".";
   if (value.GetType() == CFDatum::Real) return fmt::format("{:.{}g}", value.GetReal(), digits);
   value.ToString(text, 0);
   return text;

@@ -24,13 +24,16 @@ void WriteText(const std::string& path, const std::string& text);
 // unreadable, empty or holding a NUL byte is said before any parse.
 std::unique_ptr<CFMetaData> LoadDocument(const std::string& path);
 
+// As LoadDocument, for `text` already read from `path` (or from "standard input").
+std::unique_ptr<CFMetaData> LoadDocumentText(const std::string& path, const std::string& text);
+
 // What a real value of a field of `storage` counts: days for dates, seconds for times and
 // timestamps, nothing for the rest.
 CFFormat::ValueUnits UnitsOf(CFField::StorageType storage);
 
-// `value` as display text through `format`, spaces around it kept. Without a format, or when
-// the format cannot render it, the datum's plain text ("." for null, up to `digits`
-// significant digits for reals).
+// `value` as display text through `format`, spaces around it kept; "." for null, whatever the
+// format. Without a format, or when the format cannot render it, the datum's plain text (up to
+// `digits` significant digits for reals).
 std::string Render(const CFDatum& value, const CFFormat* format, CFFormat::ValueUnits units,
                    int digits = 15);
 

@@ -18,6 +18,7 @@
 #include "cfmeta/xml/cfxmlwrapper.h"
 #include "tools/cfmeta/csvreader.h"
 #include "tools/cfmeta/document.h"
+#include "tools/cfmeta/indent.h"
 #include "tools/cfmeta/profilejson.h"
 #include "tools/cfmeta/profiler.h"
 #include "tools/cfmeta/progress.h"
@@ -48,11 +49,19 @@ struct ProfileArgs {
   bool json = false;
 };
 
+// How a command's result reads, beside what ProfileArgs says of the data.
+struct OutputArgs {
+  bool compact = false;  // a document as the library exports it, not laid out for people
+  bool quiet = false;    // no warnings, notes or closing line on standard error
+  bool table = false;    // a profile as show's table, in place of its document
+};
+
 char DelimiterChar(const std::string& text) {
   return text == "\\t" || text == "tab" ? '\t' : text[0];
 }
 
-void Profile(const ProfileArgs& args) {
+// `head` holds the data's first bytes when they were already taken from standard input.
+void Profile(const ProfileArgs& args, const OutputArgs& how, const std::string& head = "") {
   bool standardInput = args.data == "-";
   std::string name = standardInput ? "standard input" : args.data;
   int fd = standardInput ? STDIN_FILENO : open(args.data.c_str(), O_RDONLY | O_CLOEXEC);
@@ -79,7 +88,8 @@ void Profile(const ProfileArgs& args) {
   CsvReader reader(name, DelimiterChar(args.delimiter), profiler);
   Progress progress(total, isatty(STDERR_FILENO) == 1);
   std::vector<char> buffer(kReadBytes);
-  uint64_t done = 0;
+  uint64_t done = head.size();
+  reader.Feed(head.data(), head.size());
   for (;;) {
     ssize_t n = read(fd, buffer.data(), buffer.size());
     if (n == 0) break;
@@ -102,20 +112,89 @@ void Profile(const ProfileArgs& args) {
   } catch (const ToolError& e) {
     throw ToolError(fmt::format("{}: {}", name, e.what()), e.ExitCode());
   }
-  for (const std::string& warning : warnings) {
-    std::cerr << "cfmeta: warning: " << name << ": " << warning << '\n';
+  double seconds = progress.Seconds();
+  if (!how.quiet) {
+    for (const std::string& warning : warnings) {
+      std::cerr << "cfmeta: warning: " << name << ": " << warning << '\n';
+    }
   }
+  // A document is of no use on a terminal: people there get the table.
+  bool terminal = args.output.empty() && isatty(STDOUT_FILENO) == 1;
   if (args.json) {
     WriteText(args.output, ProfileJson(columns, profiler.Rows()));
+  } else if (how.table || terminal) {
+    WriteTable(*metadata, std::cout, OutputWidth());
+    std::cout.flush();
+    if (!how.table && !how.quiet) {
+      std::cerr << "cfmeta: the profile is shown as a table on a terminal; write its document "
+                   "with -o FILE, or pipe it\n";
+    }
+  } else {
+    // A failed export is reported below; the XML layer's own words would land in the document.
+    metadata->SetMessageStream(nullptr);
+    std::string xml;
+    if (!metadata->ExportXMLDoc(xml)) {
+      throw ToolError(fmt::format("{}: cannot write its metadata document", name));
+    }
+    WriteText(args.output, how.compact ? xml : Indent(xml));
+  }
+  if (!how.quiet && ClosingLineDue(done, seconds, isatty(STDERR_FILENO) == 1)) {
+    std::cerr << "cfmeta: " << ClosingLine(name, profiler.Rows(), metadata->FieldCount(), seconds)
+              << '\n';
+  }
+}
+
+// A document begins, after an optional byte-order mark and white space, with '<'; data with
+// its header row. Undecided while `head` holds no more than those.
+enum class Looks { Undecided, Document, Data };
+Looks LookAt(const std::string& head) {
+  static const std::string kByteOrderMark = "\xEF\xBB\xBF";
+  size_t from = 0;
+  if (head.compare(0, kByteOrderMark.size(), kByteOrderMark) == 0) {
+    from = kByteOrderMark.size();
+  } else if (head.size() < kByteOrderMark.size() &&
+             kByteOrderMark.compare(0, head.size(), head) == 0) {
+    return Looks::Undecided;
+  }
+  size_t first = head.find_first_not_of(" \t\r\n", from);
+  if (first == std::string::npos) return Looks::Undecided;
+  return head[first] == '<' ? Looks::Document : Looks::Data;
+}
+
+// Shows a document, or profiles data (as profile does with --summaries) and shows the result.
+void Show(const std::string& path, const OutputArgs& how) {
+  bool standardInput = path == "-";
+  int fd = standardInput ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  std::string head;
+  Looks looks = Looks::Undecided;
+  std::vector<char> buffer(kReadBytes);
+  // For a file, reading stops at the first sign; standard input cannot be read twice, so a
+  // document there is read whole.
+  while (fd >= 0 && (looks == Looks::Undecided || (standardInput && looks == Looks::Document))) {
+    ssize_t n = read(fd, buffer.data(), buffer.size());
+    if (n == 0) break;
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      // LoadDocument says why a file cannot be read.
+      if (!standardInput) break;
+      throw ToolError(fmt::format("standard input: cannot read: {}", std::strerror(errno)));
+    }
+    head.append(buffer.data(), static_cast<size_t>(n));
+    if (looks == Looks::Undecided) looks = LookAt(head);
+  }
+  if (fd >= 0 && !standardInput) close(fd);
+  if (looks == Looks::Data) {
+    ProfileArgs args;
+    args.data = path;
+    args.summaries = true;
+    OutputArgs table = how;
+    table.table = true;
+    Profile(args, table, standardInput ? head : std::string());
     return;
   }
-  // A failed export is reported below; the XML layer's own words would land in the document.
-  metadata->SetMessageStream(nullptr);
-  std::string xml;
-  if (!metadata->ExportXMLDoc(xml)) {
-    throw ToolError(fmt::format("{}: cannot write its metadata document", name));
-  }
-  WriteText(args.output, xml);
+  std::unique_ptr<CFMetaData> metadata =
+      standardInput ? LoadDocumentText("standard input", head) : LoadDocument(path);
+  WriteTable(*metadata, std::cout, OutputWidth());
 }
 
 void Check(const std::string& path) {
@@ -124,11 +203,11 @@ void Check(const std::string& path) {
                            metadata->FieldCount(), metadata->FieldCount() == 1 ? "" : "s");
 }
 
-void Export(const std::string& path) {
+void Export(const std::string& path, const OutputArgs& how) {
   std::unique_ptr<CFMetaData> metadata = LoadDocument(path);
   std::string xml;
   if (!metadata->ExportXMLDoc(xml)) throw ToolError(fmt::format("{}: cannot export it", path));
-  WriteText("", xml);
+  WriteText("", how.compact ? xml : Indent(xml));
 }
 
 void Format(const std::string& path, const std::string& fieldName,
@@ -165,12 +244,17 @@ int main(int argc, char** argv) {
   CLI::App* profile = app.add_subcommand(
       "profile",
       "Reads a delimited text file with a header row in one pass and writes its metadata "
-      "document. Columns get integer, real, string, date, time or timestamp storage; dates and "
+      "document, indented two spaces per level; on a terminal without -o it shows the table "
+      "show prints instead. Columns get integer, real, string, date, time or timestamp storage; "
+      "dates and "
       "times are recognised in the usual written forms (2015-01-31, 2015/01/31 10:00, "
       "01/31/2015, 31.01.2015, Jan 31 2015, 31 January 2015, 10:00 PM), the day and month "
-      "order settled by the values. A numeric column with more than "
+      "order settled by the values. Numbers with a leading zero (007, 01234) are codes: their "
+      "column stays text, the zeros kept. A numeric column with more than "
       "--max-categories distinct values is continuous; others are nominal, or flag with exactly "
-      "two values; string columns are always nominal or flag. Empty cells are null.");
+      "two values; string columns are always nominal or flag. Empty cells are null. A profile "
+      "that takes over a second or reads over 10 MB closes with a line on standard error "
+      "saying what it read (always on a terminal).");
   profile
       ->add_option("DATA", profileArgs.data,
                    "The data file (RFC 4180 quoting, UTF-8); - reads standard input")
@@ -220,14 +304,27 @@ int main(int argc, char** argv) {
                     "Write the whole profile as JSON instead of a document: per column counts, "
                     "distinct values, the most frequent values, extremes, moments, percentiles, "
                     "a histogram, text lengths and the date form recognised");
+  OutputArgs profileOutput, showOutput, exportOutput;
+  profile->add_flag("--compact", profileOutput.compact,
+                    "Write the document as the library exports it, without line breaks");
+  profile->add_flag("-q,--quiet", profileOutput.quiet,
+                    "No warnings, notes or closing line on standard error; errors still show");
 
   std::string showPath, checkPath, exportPath, formatPath, formatField;
   std::vector<std::string> formatValues;
   CLI::App* show = app.add_subcommand(
       "show",
-      "Prints a table of the document's fields, then its record counts and shared formats. A "
-      "document that does not load is reported as check reports it.");
-  show->add_option("FILE", showPath, "The metadata document")->required();
+      "Prints a table of the document's fields (nulls as a count and share of the records), "
+      "then its record counts and shared formats. Given data rather than a document (its first "
+      "character, past a byte-order mark and white space, is not '<'), profiles it as profile "
+      "--summaries does and shows the result. Columns empty for every field are left out; on a "
+      "terminal, or with COLUMNS set, the table fits the width, long text cut with an "
+      "ellipsis. A null value shows as '.'. A document that does not load is reported as check "
+      "reports it.");
+  show->add_option("FILE", showPath, "The metadata document, or data; - reads standard input")
+      ->required();
+  show->add_flag("-q,--quiet", showOutput.quiet,
+                 "No warnings or closing line on standard error; errors still show");
   CLI::App* check = app.add_subcommand(
       "check",
       "Exits 0 when the document loads with at least one field; otherwise prints one line on "
@@ -238,12 +335,15 @@ int main(int argc, char** argv) {
   check->add_option("FILE", checkPath, "The metadata document")->required();
   CLI::App* exportCmd = app.add_subcommand(
       "export",
-      "Loads the document and writes it again, normalised, to standard output. A document that "
-      "does not load is reported as check reports it.");
+      "Loads the document and writes it again, normalised and indented two spaces per level, to "
+      "standard output. A document that does not load is reported as check reports it.");
   exportCmd->add_option("FILE", exportPath, "The metadata document")->required();
+  exportCmd->add_flag("--compact", exportOutput.compact,
+                      "Write the document as the library exports it, without line breaks");
   CLI::App* format = app.add_subcommand(
       "format",
-      "Renders values through a field's display format, one per line. An empty value is null.");
+      "Renders values through a field's display format, one per line. An empty value is null; "
+      "a null renders as '.'.");
   format->add_option("FILE", formatPath, "The metadata document")->required();
   format->add_option("FIELD", formatField, "The field's name")->required();
   format->add_option("VALUE", formatValues, "Values to render")->required();
@@ -256,10 +356,10 @@ int main(int argc, char** argv) {
 
   try {
     XMLPlatform platform;
-    if (profile->parsed()) Profile(profileArgs);
-    if (show->parsed()) WriteTable(*LoadDocument(showPath), std::cout);
+    if (profile->parsed()) Profile(profileArgs, profileOutput);
+    if (show->parsed()) Show(showPath, showOutput);
     if (check->parsed()) Check(checkPath);
-    if (exportCmd->parsed()) Export(exportPath);
+    if (exportCmd->parsed()) Export(exportPath, exportOutput);
     if (format->parsed()) Format(formatPath, formatField, formatValues);
     std::cout.flush();
     if (!std::cout) throw ToolError("standard output: cannot write");

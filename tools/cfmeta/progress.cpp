@@ -11,6 +11,8 @@ namespace {
 
 constexpr double kMiB = 1024.0 * 1024.0;
 constexpr int kBarWidth = 24;
+constexpr double kClosingSeconds = 1.0;
+constexpr uint64_t kClosingBytes = 10000000;
 
 std::string HoursMinutesSeconds(double seconds) {
   long long s = static_cast<long long>(seconds + 0.5);
@@ -54,11 +56,24 @@ void Progress::Update(uint64_t done) {
   m_lastDraw = now;
 }
 
+double Progress::Seconds() const {
+  return std::chrono::duration<double>(Clock::now() - m_start).count();
+}
+
 void Progress::Finish() {
   if (!m_drawn) return;
   std::fputs("\r\033[K", stderr);
   std::fflush(stderr);
   m_drawn = false;
+}
+
+std::string ClosingLine(const std::string& name, uint64_t rows, size_t columns, double seconds) {
+  return fmt::format("{}: {} row{}, {} column{} in {:.1f} s", name, rows, rows == 1 ? "" : "s",
+                     columns, columns == 1 ? "" : "s", seconds);
+}
+
+bool ClosingLineDue(uint64_t bytes, double seconds, bool terminal) {
+  return terminal || seconds > kClosingSeconds || bytes > kClosingBytes;
 }
 
 }  // namespace cfmeta_tool

@@ -1,9 +1,13 @@
 #include "tools/cfmeta/show.h"
 
 #include <fmt/format.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
+#include <map>
 #include <memory>
 #include <numeric>
 #include <string>
@@ -21,6 +25,8 @@
 #include "cfmeta/metadata/cfmetadata.h"
 #include "cfmeta/stats/cfcatstats.h"
 #include "cfmeta/stats/cfcontstats.h"
+#include "cfmeta/summaries/cfdatasetsummaries.h"
+#include "cfmeta/summaries/cffieldsummaries.h"
 #include "tools/cfmeta/document.h"
 #include "tools/cfmeta/summaries.h"
 
@@ -28,8 +34,11 @@ namespace cfmeta_tool {
 
 namespace {
 
-constexpr size_t kMaxLabelChars = 30;
 constexpr uint32_t kTopCategories = 3;
+// Fitting a table to a width cuts no column narrower than its heading nor than these: names
+// keep more, as they tell the rows apart.
+constexpr size_t kMinCutChars = 10;
+constexpr size_t kMinCutNameChars = 16;
 
 // Characters, not bytes, so that UTF-8 text lines up.
 size_t DisplayWidth(const std::string& text) {
@@ -38,20 +47,23 @@ size_t DisplayWidth(const std::string& text) {
   return width;
 }
 
-// One line per cell: line ends and tabs become spaces; long text is cut with an ellipsis.
-std::string Cell(std::string text, size_t maxChars = 0) {
+// One line per cell: line ends and tabs become spaces.
+std::string Cell(std::string text) {
   std::replace_if(
       text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r' || c == '\t'; }, ' ');
-  if (maxChars > 0 && DisplayWidth(text) > maxChars) {
-    size_t chars = 0, cut = 0;
-    while (cut < text.size() && chars < maxChars - 1) {
-      ++cut;
-      while (cut < text.size() && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) ++cut;
-      ++chars;
-    }
-    text = text.substr(0, cut) + "\u2026";
-  }
   return text;
+}
+
+// `text` in at most `maxChars` characters, the last an ellipsis when it is cut.
+std::string Cut(const std::string& text, size_t maxChars) {
+  if (maxChars == 0 || DisplayWidth(text) <= maxChars) return text;
+  size_t chars = 0, cut = 0;
+  while (cut < text.size() && chars < maxChars - 1) {
+    ++cut;
+    while (cut < text.size() && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) ++cut;
+    ++chars;
+  }
+  return text.substr(0, cut) + "\u2026";
 }
 
 std::string Count(double count) {
@@ -104,7 +116,7 @@ std::string DescribeFormat(const CFFormat& format) {
 std::string FieldFormat(const CFField& field) {
   if (const CFFormat* own = field.GetPrivateFormat()) return DescribeFormat(*own);
   std::string reference = field.GetFormatReference();
-  return reference.empty() ? "-" : "@" + reference;
+  return reference.empty() ? "" : "@" + reference;
 }
 
 std::string Limit(const CFDatum& limit) {
@@ -123,7 +135,6 @@ std::string Missing(const CFMissingValues& missing) {
   }
   for (const CFValue& value : missing.GetMissingValueList())
     parts.push_back(Limit(value.GetValue()));
-  if (parts.empty()) return "none";
   return fmt::format("{}", fmt::join(parts, ","));
 }
 
@@ -200,20 +211,79 @@ std::string Statistics(const CFMetaData& metadata, const CFField& field) {
   if (const CFContStats* stats = field.GetContStats())
     return ContinuousSummary(*stats, field, format);
   if (const CFCatStats* stats = field.GetCatStats()) return CategorySummary(*stats, field, format);
-  return "-";
+  return "";
 }
 
-void WriteRows(const std::vector<std::vector<std::string>>& rows, std::ostream& out) {
+std::string Share(double part, double whole) {
+  if (part == 0) return "0%";
+  if (part == whole) return "100%";
+  double percent = 100.0 * part / whole;
+  if (percent < 0.05) return "<0.1%";
+  if (percent > 99.95) return ">99.9%";
+  return fmt::format("{:.1f}%", percent);
+}
+
+std::string Nulls(const CFMetaData& metadata, const CFField& field, const CFFieldSummary* summary) {
+  double nulls = -1, records = -1;
+  if (summary != nullptr && summary->getValidCount() >= 0 && summary->getMissingCount() >= 0) {
+    nulls = static_cast<double>(summary->getMissingCount());
+    records = nulls + static_cast<double>(summary->getValidCount());
+  } else {
+    // Statistics count frequency weights, so they are set against the weighted record count.
+    double counted = field.GetContStats()  ? field.GetContStats()->GetSumFreqWeights()
+                     : field.GetCatStats() ? field.GetCatStats()->GetSumWeights()
+                                           : -1;
+    double weighted = metadata.GetRecordCount(true);
+    if (counted >= 0 && weighted >= counted) {
+      nulls = weighted - counted;
+      records = weighted;
+    }
+  }
+  if (nulls < 0) return "";
+  if (records <= 0) return Count(nulls);
+  return fmt::format("{} ({})", Count(nulls), Share(nulls, records));
+}
+
+// How a column gives way when a table is fitted to a width: not at all, first, or only when the
+// first can give no more (names, which identify the row).
+enum Give { Keep, First, Last };
+
+// Writes `rows` (the first the headings) in aligned columns. With a `width`, the widest of the
+// columns that give way first lose a character at a time until the lines fit or none can lose
+// more, then those that give way last.
+void WriteRows(const std::vector<std::vector<std::string>>& rows, const std::vector<Give>& give,
+               size_t width, std::ostream& out) {
   std::vector<size_t> widths;
   for (const auto& row : rows) {
     widths.resize(std::max(widths.size(), row.size()));
     for (size_t c = 0; c < row.size(); ++c) widths[c] = std::max(widths[c], DisplayWidth(row[c]));
   }
+  if (width > 0 && !widths.empty()) {
+    size_t total = 2 * (widths.size() - 1);
+    for (size_t w : widths) total += w;
+    for (Give turn : {First, Last}) {
+      while (total > width) {
+        size_t widest = widths.size();
+        for (size_t c = 0; c < widths.size() && c < give.size(); ++c) {
+          size_t least =
+              std::max(turn == Last ? kMinCutNameChars : kMinCutChars, DisplayWidth(rows[0][c]));
+          if (give[c] == turn && widths[c] > least &&
+              (widest == widths.size() || widths[c] > widths[widest])) {
+            widest = c;
+          }
+        }
+        if (widest == widths.size()) break;
+        --widths[widest];
+        --total;
+      }
+    }
+  }
   for (const auto& row : rows) {
     std::string line;
     for (size_t c = 0; c < row.size(); ++c) {
-      line += row[c];
-      if (c + 1 < row.size()) line += std::string(widths[c] - DisplayWidth(row[c]) + 2, ' ');
+      std::string cell = Cut(row[c], widths[c]);
+      line += cell;
+      if (c + 1 < row.size()) line += std::string(widths[c] - DisplayWidth(cell) + 2, ' ');
     }
     out << line.substr(0, line.find_last_not_of(' ') + 1) << '\n';
   }
@@ -237,14 +307,14 @@ std::string CoordinateSystem(const CFGeo& geo) {
   std::string csname = geo.GetCsname(set);
   if (set && !csname.empty()) parts.push_back(csname);
   std::string wkt = geo.GetWkt(set);
-  if (set && !wkt.empty() && parts.empty()) parts.push_back(Cell(wkt, kMaxLabelChars));
+  if (set && !wkt.empty() && parts.empty()) parts.push_back(Cell(wkt));
   bool projected = geo.GetIsProjected(set);
   if (set) parts.push_back(projected ? "projected" : "geographic");
   return parts.empty() ? "-" : fmt::format("{}", fmt::join(parts, ", "));
 }
 
 // Model roles and geometries, for the fields that have them.
-void WriteModelAndGeo(const CFMetaData& metadata, std::ostream& out) {
+void WriteModelAndGeo(const CFMetaData& metadata, size_t width, std::ostream& out) {
   std::vector<std::vector<std::string>> models{{"name", "model role", "target"}};
   std::vector<std::vector<std::string>> geos{{"name", "geometry", "coordinate system"}};
   for (unsigned int i = 0; i < metadata.FieldCount(); ++i) {
@@ -263,51 +333,87 @@ void WriteModelAndGeo(const CFMetaData& metadata, std::ostream& out) {
   }
   if (models.size() > 1) {
     out << "\nModel fields: " << models.size() - 1 << "\n\n";
-    WriteRows(models, out);
+    WriteRows(models, {Last, Keep, First}, width, out);
   }
   if (geos.size() > 1) {
     out << "\nGeospatial fields: " << geos.size() - 1 << "\n\n";
-    WriteRows(geos, out);
+    WriteRows(geos, {Last, Keep, First}, width, out);
   }
 }
 
-void WriteGroups(const CFMetaData& metadata, std::ostream& out) {
+void WriteGroups(const CFMetaData& metadata, size_t width, std::ostream& out) {
   std::vector<std::vector<std::string>> rows{{"group", "type", "label", "counted", "members"}};
   for (CFMetaData::GroupType type : {CFMetaData::PlainGroup, CFMetaData::MultiCategorySet,
                                      CFMetaData::MultiDichotomySet, CFMetaData::SplitGroup}) {
     std::string name, label, counted;
     std::vector<std::string> members;
     for (unsigned int i = 0; metadata.GetFieldGroup(type, i, name, members, label, counted); ++i) {
-      rows.push_back({Cell(name), CFFieldGroup::TypeText(type), Cell(label, kMaxLabelChars),
+      rows.push_back({Cell(name), CFFieldGroup::TypeText(type), Cell(label),
                       counted.empty() ? "-" : Cell(counted),
                       Cell(fmt::format("{}", fmt::join(members, ", ")))});
     }
   }
   if (rows.size() == 1) return;
   out << "\nField groups: " << rows.size() - 1 << "\n\n";
-  WriteRows(rows, out);
+  WriteRows(rows, {Last, Keep, First, Keep, First}, width, out);
 }
 
 }  // namespace
 
-void WriteTable(const CFMetaData& metadata, std::ostream& out) {
-  std::vector<std::vector<std::string>> rows;
-  rows.push_back({"name", "storage", "measure", "role", "label", "values", "labels", "missing",
-                  "format", "statistics"});
+void WriteTable(const CFMetaData& metadata, std::ostream& out, size_t width) {
+  std::map<std::string, const CFFieldSummary*> summaries;
+  const CFDatasetSummaries* dataset = metadata.getDatasetSummaries();
+  if (const CFFieldSummaries* fields = dataset ? dataset->getFieldSummaries() : nullptr) {
+    for (size_t i = 0; i < fields->getFieldSummaryCount(); ++i) {
+      summaries.emplace(fields->getFieldSummary(i)->getFieldName(), fields->getFieldSummary(i));
+    }
+  }
+  auto count = [](size_t n) { return n == 0 ? std::string() : std::to_string(n); };
+  // Column by column, so that one empty for every field can be left out.
+  struct Column {
+    const char* heading;
+    Give give;
+    std::vector<std::string> cells;
+  };
+  std::vector<Column> columns = {
+      {"name", Last, {}},    {"storage", Keep, {}},    {"measure", Keep, {}},
+      {"role", Keep, {}},    {"label", First, {}},     {"values", Keep, {}},
+      {"labels", Keep, {}},  {"nulls", Keep, {}},      {"missing values", First, {}},
+      {"format", First, {}}, {"statistics", First, {}}};
   for (unsigned int i = 0; i < metadata.FieldCount(); ++i) {
     const CFField& field = *metadata.GetField(i);
-    rows.push_back({Cell(field.GetName()), EntityText(CFField::kStorageTable, field.GetStorage()),
-                    EntityText(CFField::kMeasureTable, field.GetType()),
-                    EntityText(CFField::kRoleTable, field.GetRole()),
-                    Cell(field.GetLabel(), kMaxLabelChars),
-                    std::to_string(field.GetValues().size()), std::to_string(LabelCount(field)),
-                    Cell(Missing(field.GetMissingValues())), Cell(FieldFormat(field)),
-                    Cell(Statistics(metadata, field))});
+    auto summary = summaries.find(field.GetName());
+    std::string cells[] = {
+        Cell(field.GetName()),
+        EntityText(CFField::kStorageTable, field.GetStorage()),
+        EntityText(CFField::kMeasureTable, field.GetType()),
+        EntityText(CFField::kRoleTable, field.GetRole()),
+        Cell(field.GetLabel()),
+        count(field.GetValues().size()),
+        count(LabelCount(field)),
+        Nulls(metadata, field, summary == summaries.end() ? nullptr : summary->second),
+        Cell(Missing(field.GetMissingValues())),
+        Cell(FieldFormat(field)),
+        Cell(Statistics(metadata, field))};
+    for (size_t c = 0; c < columns.size(); ++c) columns[c].cells.push_back(cells[c]);
+  }
+  columns.erase(std::remove_if(columns.begin(), columns.end(),
+                               [](const Column& column) {
+                                 return std::all_of(column.cells.begin(), column.cells.end(),
+                                                    [](const std::string& c) { return c.empty(); });
+                               }),
+                columns.end());
+  std::vector<std::vector<std::string>> rows(metadata.FieldCount() + 1);
+  std::vector<Give> give;
+  for (const Column& column : columns) {
+    rows[0].push_back(column.heading);
+    for (size_t r = 0; r < column.cells.size(); ++r) rows[r + 1].push_back(column.cells[r]);
+    give.push_back(column.give);
   }
   out << "Fields: " << metadata.FieldCount() << "\n\n";
-  WriteRows(rows, out);
-  WriteModelAndGeo(metadata, out);
-  WriteGroups(metadata, out);
+  WriteRows(rows, give, width, out);
+  WriteModelAndGeo(metadata, width, out);
+  WriteGroups(metadata, width, out);
 
   WriteSummaries(metadata, out);
 
@@ -339,7 +445,20 @@ void WriteTable(const CFMetaData& metadata, std::ostream& out) {
                        defaults.empty() ? "-" : fmt::format("{}", fmt::join(defaults, ", "))});
   }
   out << '\n';
-  WriteRows(formats, out);
+  WriteRows(formats, {Last, First, Keep}, width, out);
+}
+
+size_t OutputWidth() {
+  if (const char* columns = std::getenv("COLUMNS")) {
+    char* end = nullptr;
+    long value = std::strtol(columns, &end, 10);
+    if (end != columns && *end == '\0' && value > 0) return static_cast<size_t>(value);
+  }
+  struct winsize size {};
+  if (isatty(STDOUT_FILENO) == 1 && ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0) {
+    return size.ws_col;
+  }
+  return 0;
 }
 
 }  // namespace cfmeta_tool
