@@ -362,6 +362,121 @@ TEST_F(CliTest, BadInputExitsOneNamingTheFile) {
   }
 }
 
+// Delimiters, encodings, quotes left open and ragged rows seen in real files: each is either
+// read as meant or named with its line and the option that helps.
+TEST_F(CliTest, ProfileInputMistakesGetAClearWord) {
+  const std::string in = Path("in.csv");
+  auto warning = [&](const std::string& text) { return "cfmeta: warning: " + in + ": " + text; };
+  auto error = [&](const std::string& text) { return "cfmeta: " + in + ": " + text + "\n"; };
+  const std::string semicolons = "a;b;c;d;e\n1;2;3;4;5\n6;7;8;9;10\n";
+  const std::string latin1 = "name,city\nAnn,Leeds\nJos\xE9,M\xFCnchen\n";
+  // A quote opened on line 2 runs on in lines of 1 KiB: 5 + 1024 * 1024 bytes, one more than
+  // 1 MiB, by the end of line 1026.
+  std::string runOn = "a,b\n1,\"open\n";
+  for (int i = 0; i < 1100; ++i) runOn += std::string(1023, 'y') + "\n";
+  const std::string skipped = "skipped 2 rows whose number of cells differs from the header's";
+  struct Row {
+    std::string data;
+    std::vector<std::string> options;
+    int status;
+    std::string err;  // all of standard error; a part of it for bad usage
+    std::string out;  // a part of the JSON profile
+  } rows[] = {
+      {semicolons, {}, 0, "", "\"name\": \"e\""},
+      {semicolons,
+       {"--delimiter", ","},
+       0,
+       warning("the header is one column with ','; it splits into 5 with ';' (--delimiter ';')\n"),
+       "\"name\": \"a;b;c;d;e\""},
+      {"name\tnote\nAnn\tsays, hi\nBo\tok\n", {}, 0, "", "\"value\": \"says, hi\""},
+      {latin1,
+       {},
+       1,
+       error("line 3: bytes that are not UTF-8; pass --encoding latin1 (or windows-1252, "
+             "iso-8859-15, ...) if the file is in another encoding"),
+       ""},
+      {latin1, {"--encoding", "latin1"}, 0, "", "\"value\": \"M\xC3\xBCnchen\""},
+      {latin1, {"--encoding", "klingon"}, 2, "unknown encoding 'klingon'", ""},
+      {"a,b\n1,\"open\n2,3\n", {}, 1, error("a quoted cell opened on line 2 is never closed"), ""},
+      {runOn,
+       {"--max-cell-mib", "1"},
+       1,
+       error("line 1026: a cell longer than 1 MiB (--max-cell-mib raises the limit); is a quote "
+             "left open since line 2?"),
+       ""},
+      {runOn,
+       {"--max-cell-mib", "2"},
+       1,
+       error("a quoted cell opened on line 2 is never closed"),
+       ""},
+      // Both columns would turn text if any cell of the skipped rows reached the profile.
+      {"a,b\n1,2\nx,y,z\n7,8\nonly\n",
+       {"--skip-bad-rows"},
+       0,
+       warning(skipped + " (first on line 3)\n"),
+       "\"storage\": \"integer\""},
+      // Detection goes by what most lines agree with when some rows are ragged.
+      {"a;b;c\n1;2;3\n4;5\n6;7;8\n",
+       {"--skip-bad-rows"},
+       0,
+       warning("skipped 1 row whose number of cells differs from the header's (on line 3)\n"),
+       "\"name\": \"c\""},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(::testing::PrintToString(row.options) + " " + row.data.substr(0, 40));
+    Write("in.csv", row.data);
+    std::vector<std::string> args{"profile", in, "--json"};
+    args.insert(args.end(), row.options.begin(), row.options.end());
+    Result result = Run(args);
+    EXPECT_EQ(row.status, result.status);
+    if (row.status == 2) {
+      EXPECT_THAT(result.err, HasSubstr(row.err));
+    } else {
+      EXPECT_EQ(row.err, result.err);
+    }
+    EXPECT_THAT(result.out, HasSubstr(row.out));
+  }
+
+  // Standard input is detected on its first piece.
+  Write("in.csv", semicolons);
+  Result piped = Run({"profile", "-", "--json"}, in);
+  EXPECT_EQ(0, piped.status);
+  EXPECT_THAT(piped.out, HasSubstr("\"name\": \"e\""));
+}
+
+// An output that cannot be written is named before any data is read; a failed profile leaves
+// no new file behind and an old one as it was.
+TEST_F(CliTest, ProfileOutputIsCheckedFirstAndWrittenOnlyWhenReady) {
+  const std::string ragged = Write("ragged.csv", "a,b\n1,2\n3\n");
+  const std::string raggedError = "cfmeta: " + ragged + ": line 3: 1 cell, but the header has 2\n";
+  Write("old.xml", "old");
+  struct Row {
+    std::string output;
+    std::string err;
+    const char* left;  // what the output path holds afterwards; null for nothing
+  } rows[] = {
+      {Path("no/such.xml"),
+       "cfmeta: " + Path("no/such.xml") + ": cannot write: No such file or directory\n", nullptr},
+      {Path(""), "cfmeta: " + Path("") + ": cannot write: Is a directory\n", nullptr},
+      {Path("new.xml"), raggedError, nullptr},
+      {Path("old.xml"), raggedError, "old"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.output);
+    Result result = Run({"profile", ragged, "-o", row.output});
+    EXPECT_EQ(1, result.status);
+    EXPECT_EQ(row.err, result.err);
+    if (row.left != nullptr) {
+      EXPECT_EQ(row.left, Slurp(row.output));
+    } else if (row.output != Path("")) {
+      EXPECT_FALSE(std::filesystem::exists(row.output));
+    }
+  }
+  Result replaced = Run({"profile", Write("ok.csv", "a\n1\n"), "-o", Path("old.xml")});
+  ASSERT_EQ(0, replaced.status) << replaced.err;
+  EXPECT_EQ(Slurp(Path("old.xml")).rfind("<?xml", 0), 0u);
+}
+
 // Every command that reads a document says in one line why it does not load: where the text
 // stops being XML, or which element breaks which rule.
 TEST_F(CliTest, DocumentThatDoesNotLoadIsReportedInOneLine) {
@@ -423,6 +538,7 @@ TEST_F(CliTest, BadUsageExitsTwoAndHelpExitsZero) {
       {"profile", data, "--max-categories", "many"},
       {"profile", data, "--delimiter", "ab"},
       {"profile", data, "--delimiter", "\""},
+      {"profile", data, "--max-cell-mib", "0"},
       {"format", CFMETA_TESTDATA_DIR "/survey.xml", "Income"},
   };
   for (const std::vector<std::string>& args : bad) {

@@ -19,11 +19,13 @@
 #include "tools/cfmeta/csvreader.h"
 #include "tools/cfmeta/document.h"
 #include "tools/cfmeta/indent.h"
+#include "tools/cfmeta/outputfile.h"
 #include "tools/cfmeta/profilejson.h"
 #include "tools/cfmeta/profiler.h"
 #include "tools/cfmeta/progress.h"
 #include "tools/cfmeta/show.h"
 #include "tools/cfmeta/toolerror.h"
+#include "tools/cfmeta/transcoder.h"
 
 namespace {
 
@@ -40,7 +42,10 @@ class XMLPlatform {
 struct ProfileArgs {
   std::string data;
   std::string output;
-  std::string delimiter = ",";
+  std::string delimiter = "auto";
+  std::string encoding = "utf-8";
+  unsigned maxCellMib = CsvOptions::kDefaultMaxCellBytes >> 20;
+  bool skipBadRows = false;
   unsigned maxCategories = Profiler::kDefaultMaxCategories;
   std::vector<std::string> currency;
   std::vector<std::string> percent;
@@ -57,6 +62,7 @@ struct OutputArgs {
 };
 
 char DelimiterChar(const std::string& text) {
+  if (text == "auto") return CsvOptions::kDetect;
   return text == "\\t" || text == "tab" ? '\t' : text[0];
 }
 
@@ -77,6 +83,8 @@ void Profile(const ProfileArgs& args, const OutputArgs& how, const std::string& 
     throw ToolError(fmt::format("{}: cannot read: {}", name, std::strerror(EISDIR)));
   }
   uint64_t total = (fstat(fd, &info) == 0 && S_ISREG(info.st_mode)) ? info.st_size : 0;
+  std::unique_ptr<OutputFile> output;
+  if (!args.output.empty()) output = std::make_unique<OutputFile>(args.output);
 
   Profiler profiler(args.maxCategories, args.summaries, args.json);
   for (const std::string& column : args.currency) {
@@ -85,7 +93,15 @@ void Profile(const ProfileArgs& args, const OutputArgs& how, const std::string& 
   for (const std::string& column : args.percent) {
     profiler.Decorate(column, Profiler::Decoration::Percent);
   }
-  CsvReader reader(name, DelimiterChar(args.delimiter), profiler);
+  CsvOptions options;
+  options.delimiter = DelimiterChar(args.delimiter);
+  options.encoding = args.encoding;
+  options.skipBadRows = args.skipBadRows;
+  options.maxCellBytes = size_t{args.maxCellMib} << 20;
+  options.warn = [&name, &how](const std::string& warning) {
+    if (!how.quiet) std::cerr << "cfmeta: warning: " << name << ": " << warning << '\n';
+  };
+  CsvReader reader(name, options, profiler);
   Progress progress(total, isatty(STDERR_FILENO) == 1);
   std::vector<char> buffer(kReadBytes);
   uint64_t done = head.size();
@@ -101,8 +117,8 @@ void Profile(const ProfileArgs& args, const OutputArgs& how, const std::string& 
     done += static_cast<uint64_t>(n);
     progress.Update(done);
   }
-  reader.Finish();
   progress.Finish();
+  reader.Finish();
 
   std::vector<std::string> warnings;
   std::vector<ColumnProfile> columns;
@@ -120,8 +136,15 @@ void Profile(const ProfileArgs& args, const OutputArgs& how, const std::string& 
   }
   // A document is of no use on a terminal: people there get the table.
   bool terminal = args.output.empty() && isatty(STDOUT_FILENO) == 1;
+  auto write = [&output](const std::string& text) {
+    if (output) {
+      output->Write(text);
+    } else {
+      WriteText("", text);
+    }
+  };
   if (args.json) {
-    WriteText(args.output, ProfileJson(columns, profiler.Rows()));
+    write(ProfileJson(columns, profiler.Rows()));
   } else if (how.table || terminal) {
     WriteTable(*metadata, std::cout, OutputWidth());
     std::cout.flush();
@@ -136,7 +159,7 @@ void Profile(const ProfileArgs& args, const OutputArgs& how, const std::string& 
     if (!metadata->ExportXMLDoc(xml)) {
       throw ToolError(fmt::format("{}: cannot write its metadata document", name));
     }
-    WriteText(args.output, how.compact ? xml : Indent(xml));
+    write(how.compact ? xml : Indent(xml));
   }
   if (!how.quiet && ClosingLineDue(done, seconds, isatty(STDERR_FILENO) == 1)) {
     std::cerr << "cfmeta: " << ClosingLine(name, profiler.Rows(), metadata->FieldCount(), seconds)
@@ -257,24 +280,52 @@ int main(int argc, char** argv) {
       "saying what it read (always on a terminal).");
   profile
       ->add_option("DATA", profileArgs.data,
-                   "The data file (RFC 4180 quoting, UTF-8); - reads standard input")
+                   "The data file (RFC 4180 quoting, UTF-8 unless --encoding says otherwise); - "
+                   "reads standard input")
       ->required();
   profile->add_option("-o,--output", profileArgs.output,
-                      "Where to write the document (default: standard output)");
+                      "Where to write the document (default: standard output). It is opened "
+                      "before the data is read; an existing file keeps its content until the "
+                      "document is ready, and a new one is removed when profiling fails");
   profile
       ->add_option("--delimiter", profileArgs.delimiter,
-                   "The cell delimiter: one character, or \\t (or tab) for a tab")
+                   "The cell delimiter: auto (the one of , ; tab | that splits the header into "
+                   "the most columns and the first lines into as many; , when none does), one "
+                   "character, or \\t (or tab) for a tab. A given delimiter that leaves the "
+                   "header one column, where another would split it, gets a warning")
       ->capture_default_str()
       ->check(CLI::Validator(
           [](std::string& text) {
+            if (text == "auto") return std::string();
             if (text.size() == 1 || text == "\\t" || text == "tab") {
               char c = DelimiterChar(text);
               if (c != '"' && c != '\n' && c != '\r') return std::string();
             }
             return std::string(
-                "the delimiter must be one character other than a quote or a line end");
+                "the delimiter must be auto or one character other than a quote or a line end");
           },
           "CHAR"));
+  profile
+      ->add_option("--encoding", profileArgs.encoding,
+                   "The data's encoding (latin1, windows-1252, iso-8859-15, utf-16, ...: any name "
+                   "ICU knows); other than UTF-8 it is converted to UTF-8 as it is read")
+      ->capture_default_str()
+      ->check(CLI::Validator(
+          [](std::string& text) {
+            if (Transcoder::Known(text)) return std::string();
+            return "unknown encoding '" + text +
+                   "'; give one such as utf-8, latin1, windows-1252, iso-8859-15 or utf-16";
+          },
+          "NAME"));
+  profile
+      ->add_option("--max-cell-mib", profileArgs.maxCellMib,
+                   "The longest cell accepted, in MiB; a longer one is most likely a quote left "
+                   "open")
+      ->capture_default_str()
+      ->check(CLI::Range(1u, 4096u));
+  profile->add_flag("--skip-bad-rows", profileArgs.skipBadRows,
+                    "Skip rows with another number of cells than the header, and report how many "
+                    "in one warning, instead of stopping at the first");
   profile
       ->add_option(
           "--max-categories", profileArgs.maxCategories,

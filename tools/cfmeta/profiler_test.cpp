@@ -231,7 +231,7 @@ TEST(ProfilerTest, BadInputNamesTheFileAndLine) {
       {"a,b\n1,2\n3,4,5\n", "data.csv: line 3: 3 cells, but the header has 2"},
       {"a,b\n1,\"2\nx\",3\n", "data.csv: line 3: 3 cells, but the header has 2"},
       {"\xEF\xBB\xBF\n\n", "data.csv: the file is empty: there is no header row"},
-      {"a,b\n1,\"open\n", "data.csv: line 3: a quoted cell is never closed"},
+      {"a,b\n1,\"open\n", "data.csv: a quoted cell opened on line 2 is never closed"},
       {"a\nx\"y\n", "data.csv: line 2: malformed quoting"},
       {"a,,b\n", "data.csv: line 1: header: column 2 has no name"},
       {"a,b,a\n", "data.csv: line 1: header: the column name 'a' appears twice"},
