@@ -79,37 +79,43 @@ constexpr int kExactDigits = 15;
 // The longest number text rewritten plainly; longer ones written with separators are text.
 constexpr size_t kMaxNumberText = 128;
 
-// The digits of a finite number from_chars has read whole from `p`, its "+" skipped.
+// The digits of a finite number from_chars has read whole from `p`, its "+" skipped. Most
+// numbers have no exponent, so the point is looked for from the end, past the fraction digits
+// only; the significant digits are then found from both ends.
 Digits DigitsOf(const char* p, const char* end) {
   if (p < end && *p == '-') ++p;
-  long long before = 0, count = 0, first = -1, last = -1;
-  bool point = false;
-  for (; p < end && *p != 'e' && *p != 'E'; ++p) {
-    if (*p == '.') {
-      point = true;
-      continue;
-    }
-    if (*p != '0') {
-      if (first < 0) first = count;
-      last = count;
-    }
-    ++count;
-    if (!point) ++before;
+  const char* e = end;  // the mantissa's end
+  const char* dot = end;
+  const char* q = end;
+  while (q > p && IsDigit(q[-1])) --q;
+  if (q > p && q[-1] == '.') {
+    dot = q - 1;
+  } else if (q > p) {
+    // An exponent: find where the mantissa ends, and its point.
+    e = p;
+    while ((*e | 0x20) != 'e') ++e;
+    dot = static_cast<const char*>(std::memchr(p, '.', static_cast<size_t>(e - p)));
+    if (dot == nullptr) dot = e;
   }
   long long exponent = 0;
-  if (p < end) {
-    ++p;
-    bool negative = p < end && *p == '-';
-    if (p < end && (*p == '-' || *p == '+')) ++p;
-    for (; p < end; ++p) exponent = std::min(exponent * 10 + (*p - '0'), 100000LL);
+  if (e < end) {
+    q = e + 1;
+    bool negative = *q == '-';
+    if (*q == '-' || *q == '+') ++q;
+    for (; q < end; ++q) exponent = std::min(exponent * 10 + (*q - '0'), 100000LL);
     if (negative) exponent = -exponent;
   }
   Digits digits;
-  digits.written = static_cast<int>(std::clamp(count - before - exponent, 0LL, 100000LL));
-  if (first >= 0) {
-    digits.needed = static_cast<int>(std::clamp(last + 1 - before - exponent, 0LL, 100000LL));
-    digits.significant = static_cast<int>(last - first + 1);
-  }
+  const long long fraction = dot < e ? e - dot - 1 : 0;
+  digits.written = static_cast<int>(std::clamp(fraction - exponent, 0LL, 100000LL));
+  const char* first = p;
+  while (first < e && (*first == '0' || *first == '.')) ++first;
+  if (first == e) return digits;  // zero
+  const char* last = e;           // just past the last non-zero digit
+  while (last[-1] == '0' || last[-1] == '.') --last;
+  digits.significant = static_cast<int>((last - first) - (first < dot && dot < last));
+  const long long after = last > dot ? last - dot - 1 : -(dot - last);
+  digits.needed = static_cast<int>(std::clamp(after - exponent, 0LL, 100000LL));
   return digits;
 }
 
