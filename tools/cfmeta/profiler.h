@@ -134,6 +134,7 @@ class Profiler : public CsvSink {
   // The cell texts that stand for null, in place of the default ones; the empty cell always
   // does. Throws ToolError (bad usage) for more than kMaxNullTokens. Call before Header.
   void SetNullTokens(const std::vector<std::string>& tokens);
+  // The null tokens a profiler starts with: "NA", "N/A", "NaN", "null", "NULL" and "-".
   static std::vector<std::string> DefaultNullTokens();
 
   // How numbers are written: `decimal` is '.' or ',', and `grouping` holds the characters that
