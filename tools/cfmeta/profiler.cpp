@@ -1011,10 +1011,16 @@ std::unique_ptr<CFMetaData> Profiler::Finish(std::vector<std::string>& warnings,
         summary.profile = &described.back();
       } else if (count > 0) {
         summary.categories = categories.get();  // sorted with the field's values
-      } else if (column.kind == Kind::String && column.beyond) {
-        summary.overflow = column.beyond->top.Top(m_maxCategories);
-        summary.overflowCount = column.beyond->count;
-        summary.exceeded = true;
+      } else {
+        // A numeric column categorical beyond the value lists' limit is summarised as a text
+        // column beyond it: by its most frequent values.
+        if (column.kind != Kind::String && column.categories)
+          column.Overflow(m_maxCategories, true);
+        if (column.beyond) {
+          summary.overflow = column.beyond->top.Top(m_maxCategories);
+          summary.overflowCount = column.beyond->count;
+          summary.exceeded = true;
+        }
       }
       summaries.push_back(std::move(summary));
       kept.push_back(std::move(categories));

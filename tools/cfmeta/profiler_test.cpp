@@ -447,6 +447,17 @@ TEST(ProfilerTest, SummariesHoldTheMomentsAndCategoriesOfTheData) {
 
   // The summaries travel with the document.
   cfmeta_test::ExpectRoundTrip(*result.metadata);
+
+  // x is nominal with more values than the lists hold: its most frequent values stand in.
+  result = Profile(text, 2, 0, ',', true);
+  const CFFieldSummary& nominal =
+      *result.metadata->getDatasetSummaries()->getFieldSummaries()->getFieldSummary(0);
+  ASSERT_EQ("x", nominal.getFieldName());
+  ASSERT_NE(nullptr, nominal.getDisStatistics());
+  const CFDistributionSummary* top = nominal.getDisStatistics()->getDistributionSummary();
+  ASSERT_NE(nullptr, top);
+  EXPECT_EQ(CfCppHelperV1::XMLEntities::True, top->getMaxCatsExceeded());
+  EXPECT_EQ(2u, top->getCategoryCount());
 }
 
 TEST(ProfilerTest, DeepProfileMatchesFiguresWorkedOutApart) {
