@@ -134,7 +134,7 @@ const char kSample[] =
 TEST_F(CliTest, ProfileWritesADocumentTheOtherCommandsRead) {
   std::string data = Write("people.csv", kSample);
   Result profiled =
-      Run({"profile", data, "--max-categories", "5", "--summaries", "-o", Path("people.xml")});
+      Run({"profile", data, "--max-nominal", "5", "--summaries", "-o", Path("people.xml")});
   ASSERT_EQ(0, profiled.status) << profiled.err;
   EXPECT_EQ("", profiled.out);
   EXPECT_EQ("", profiled.err);  // no progress bar when standard error is not a terminal
@@ -155,7 +155,7 @@ TEST_F(CliTest, ProfileWritesADocumentTheOtherCommandsRead) {
   EXPECT_EQ(5u, metadata.GetField("note")->GetValues().size());  // the empty cell is null
 
   // Without -o the same document goes to standard output.
-  Result toStdout = Run({"profile", data, "--max-categories=5", "--summaries"});
+  Result toStdout = Run({"profile", data, "--max-nominal=5", "--summaries"});
   ASSERT_EQ(0, toStdout.status);
   EXPECT_EQ(xml, toStdout.out);
 
@@ -191,7 +191,7 @@ TEST_F(CliTest, ProfileWritesADocumentTheOtherCommandsRead) {
   for (char& c : tabbed) c = c == ',' ? '\t' : c;
   tabbed.replace(tabbed.find("likes\t commas"), 13, "likes, commas");
   Result fromTabs = Run({"profile", Write("people.tsv", tabbed), "--delimiter", "\\t",
-                         "--max-categories", "5", "--summaries"});
+                         "--max-nominal", "5", "--summaries"});
   ASSERT_EQ(0, fromTabs.status) << fromTabs.err;
   EXPECT_EQ(xml, fromTabs.out);
 }
@@ -536,6 +536,10 @@ TEST_F(CliTest, BadUsageExitsTwoAndHelpExitsZero) {
       {"profile"},
       {"profile", data, "--max-categories", "-1"},
       {"profile", data, "--max-categories", "many"},
+      {"profile", data, "--max-nominal", "-1"},
+      {"profile", data, "--decimal", ";"},
+      {"profile", data, "--thousands", "_"},
+      {"profile", data, "--decimal", ",", "--thousands", ","},
       {"profile", data, "--delimiter", "ab"},
       {"profile", data, "--delimiter", "\""},
       {"profile", data, "--max-cell-mib", "0"},
@@ -558,8 +562,8 @@ TEST_F(CliTest, BadUsageExitsTwoAndHelpExitsZero) {
   EXPECT_THAT(help.out, HasSubstr("profile"));
 }
 
-// Columns of dates, times and timestamps, and those given as money or percentages, show and
-// format as the data wrote them.
+// Columns of dates, times and timestamps, numbers with a decimal comma, and columns given as
+// money or percentages, show and format as the data wrote them.
 TEST_F(CliTest, DatedAndDecoratedColumnsShowAndFormatAsSuch) {
   struct Row {
     const char* data;
@@ -578,10 +582,15 @@ TEST_F(CliTest, DatedAndDecoratedColumnsShowAndFormatAsSuch) {
        {"day", "2000-03-01", "0"},
        "2000-03-01\n1970-01-01\n"},
       {"price,share,name\n1234.5,12.5,a\n-20,7.25,b\n",
-       {"--max-categories", "1", "--currency", "price", "--percent=share"},
+       {"--max-nominal", "1", "--currency", "price", "--percent=share"},
        {"min -$20.0  max $1,234.5", "min 7.25%  max 12.50%"},
        {"price", "-1234567.25"},
        "-$1,234,567.2\n"},
+      {"amount;code\n1.234,5;x\n-20,25;n/a\n;-\n",
+       {"--delimiter", ";", "--decimal", ",", "--null", "n/a", "--max-nominal", "0"},
+       {"min -20,25  max 1.234,50", "null,n/a                             -: 1, x: 1"},
+       {"amount", "1234567.5"},
+       "1.234.567,50\n"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.data);

@@ -47,6 +47,10 @@ struct ProfileArgs {
   unsigned maxCellMib = CsvOptions::kDefaultMaxCellBytes >> 20;
   bool skipBadRows = false;
   unsigned maxCategories = Profiler::kDefaultMaxCategories;
+  unsigned maxNominal = Profiler::kDefaultMaxNominal;
+  std::vector<std::string> nulls = Profiler::DefaultNullTokens();
+  std::string decimal = ".";
+  std::string thousands;  // empty: what goes with the decimal symbol
   std::vector<std::string> currency;
   std::vector<std::string> percent;
   std::string currencySymbol = "$";
@@ -64,6 +68,14 @@ struct OutputArgs {
 char DelimiterChar(const std::string& text) {
   if (text == "auto") return CsvOptions::kDetect;
   return text == "\\t" || text == "tab" ? '\t' : text[0];
+}
+
+// The characters that group digits: those given, or by default none after a decimal point and
+// a point or a space after a decimal comma.
+std::string GroupingChars(const ProfileArgs& args) {
+  if (args.thousands.empty()) return args.decimal == "," ? ". " : "";
+  if (args.thousands == "none") return "";
+  return args.thousands == "space" ? " " : args.thousands;
 }
 
 // `head` holds the data's first bytes when they were already taken from standard input.
@@ -87,6 +99,9 @@ void Profile(const ProfileArgs& args, const OutputArgs& how, const std::string& 
   if (!args.output.empty()) output = std::make_unique<OutputFile>(args.output);
 
   Profiler profiler(args.maxCategories, args.summaries, args.json);
+  profiler.SetMaxNominal(args.maxNominal);
+  profiler.SetNullTokens(args.nulls);
+  profiler.SetNumberForm(args.decimal[0], GroupingChars(args));
   for (const std::string& column : args.currency) {
     profiler.Decorate(column, Profiler::Decoration::Currency, args.currencySymbol);
   }
@@ -273,11 +288,16 @@ int main(int argc, char** argv) {
       "times are recognised in the usual written forms (2015-01-31, 2015/01/31 10:00, "
       "01/31/2015, 31.01.2015, Jan 31 2015, 31 January 2015, 10:00 PM), the day and month "
       "order settled by the values. Numbers with a leading zero (007, 01234) are codes: their "
-      "column stays text, the zeros kept. A numeric column with more than "
-      "--max-categories distinct values is continuous; others are nominal, or flag with exactly "
-      "two values; string columns are always nominal or flag. Empty cells are null. A profile "
-      "that takes over a second or reads over 10 MB closes with a line on standard error "
-      "saying what it read (always on a terminal).");
+      "column stays text, the zeros kept. Numbers may have blanks around them, a decimal comma "
+      "(--decimal) and digits grouped in threes (--thousands). A numeric column with at most "
+      "--max-nominal distinct values is nominal, or flag with exactly two; with more it is "
+      "continuous. String columns are always nominal or flag. A categorical column keeps its "
+      "value list only up to --max-categories distinct values. Empty cells and the --null "
+      "tokens are null; a string column lists the tokens it holds as missing values. Number "
+      "formats show every value as written, in scientific notation when more than 10 decimals "
+      "or more than 23 characters would be needed. A profile that takes over a second or reads "
+      "over 10 MB closes with a line on standard error saying what it read (always on a "
+      "terminal).");
   profile
       ->add_option("DATA", profileArgs.data,
                    "The data file (RFC 4180 quoting, UTF-8 unless --encoding says otherwise); - "
@@ -327,12 +347,34 @@ int main(int argc, char** argv) {
                     "Skip rows with another number of cells than the header, and report how many "
                     "in one warning, instead of stopping at the first");
   profile
-      ->add_option(
-          "--max-categories", profileArgs.maxCategories,
-          "A numeric column with more distinct values is continuous; a string column with more "
-          "keeps no value list")
+      ->add_option("--max-categories", profileArgs.maxCategories,
+                   "A categorical column with more distinct values keeps no value list or "
+                   "category counts")
       ->capture_default_str()
       ->check(CLI::Range(0u, 1000000u));
+  profile
+      ->add_option("--max-nominal", profileArgs.maxNominal,
+                   "A numeric column with at most this many distinct values is categorical, "
+                   "with more continuous; 0 makes every numeric column continuous")
+      ->capture_default_str()
+      ->check(CLI::Range(0u, 1000000u));
+  profile
+      ->add_option("--null", profileArgs.nulls,
+                   "A cell text that stands for null, in place of the defaults; repeat for more. "
+                   "Empty cells are always null, so --null '' alone leaves only them")
+      ->default_str("NA N/A NaN null NULL -")
+      ->allow_extra_args(false)
+      ->type_name("TOKEN");
+  profile
+      ->add_option("--decimal", profileArgs.decimal,
+                   "The decimal symbol: . or , (which makes . and space group digits)")
+      ->capture_default_str()
+      ->check(CLI::IsMember({".", ","}));
+  profile
+      ->add_option("--thousands", profileArgs.thousands,
+                   "The character that groups digits in threes: , . space or none (default: "
+                   "none after a decimal point, . and space after a decimal comma)")
+      ->check(CLI::IsMember({",", ".", " ", "space", "none"}));
 
   profile
       ->add_option("--currency", profileArgs.currency,

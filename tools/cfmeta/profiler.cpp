@@ -12,7 +12,10 @@
 #include <tuple>
 #include <unordered_set>
 
+#include "cfmeta/field/cfdatum.h"
 #include "cfmeta/field/cffield.h"
+#include "cfmeta/field/cfrange.h"
+#include "cfmeta/field/cfvalue.h"
 #include "cfmeta/format/cfdecoratedformat.h"
 #include "cfmeta/format/cfnumberformat.h"
 #include "cfmeta/metadata/cfmetadata.h"
@@ -40,6 +43,82 @@ uint64_t Characters(std::string_view text) {
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
+bool IsBlank(char c) { return c == ' ' || c == '\t'; }
+
+// `text` without the blanks around it. Most cells have none, so only a blank first or last byte
+// costs a loop.
+std::string_view Trimmed(const char* text, size_t length) {
+  const char* end = text + length;
+  if (length > 0 && (IsBlank(*text) || IsBlank(end[-1]))) {
+    while (text < end && IsBlank(*text)) ++text;
+    while (end > text && IsBlank(end[-1])) --end;
+  }
+  return std::string_view(text, static_cast<size_t>(end - text));
+}
+
+// How a file writes its numbers: the decimal symbol and the characters that may group the
+// digits before it in threes (NUL for none).
+struct NumberForm {
+  char decimal = '.';
+  char group[2] = {'\0', '\0'};
+
+  bool Plain() const { return decimal == '.' && group[0] == '\0'; }
+  bool Groups(char c) const { return c != '\0' && (c == group[0] || c == group[1]); }
+};
+
+// What a number's text shows of its precision.
+struct Digits {
+  int written = 0;      // decimals of its plain text as written: 2 for "1.50", 4 for "2.5E-3"
+  int needed = 0;       // decimals of the shortest text that reads back: 1 for "1.50"
+  int significant = 1;  // significant digits of that text: 2 for "1.50", 1 for "1000"
+};
+
+// A double tells apart every decimal text of this many significant digits, so such a text,
+// less its trailing zeros, is the shortest one that reads back as its value.
+constexpr int kExactDigits = 15;
+// The longest number text rewritten plainly; longer ones written with separators are text.
+constexpr size_t kMaxNumberText = 128;
+
+// The digits of a finite number from_chars has read whole from `p`, its "+" skipped. Most
+// numbers have no exponent, so the point is looked for from the end, past the fraction digits
+// only; the significant digits are then found from both ends.
+Digits DigitsOf(const char* p, const char* end) {
+  if (p < end && *p == '-') ++p;
+  const char* e = end;  // the mantissa's end
+  const char* dot = end;
+  const char* q = end;
+  while (q > p && IsDigit(q[-1])) --q;
+  if (q > p && q[-1] == '.') {
+    dot = q - 1;
+  } else if (q > p) {
+    // An exponent: find where the mantissa ends, and its point.
+    e = p;
+    while ((*e | 0x20) != 'e') ++e;
+    dot = static_cast<const char*>(std::memchr(p, '.', static_cast<size_t>(e - p)));
+    if (dot == nullptr) dot = e;
+  }
+  long long exponent = 0;
+  if (e < end) {
+    q = e + 1;
+    bool negative = *q == '-';
+    if (*q == '-' || *q == '+') ++q;
+    for (; q < end; ++q) exponent = std::min(exponent * 10 + (*q - '0'), 100000LL);
+    if (negative) exponent = -exponent;
+  }
+  Digits digits;
+  const long long fraction = dot < e ? e - dot - 1 : 0;
+  digits.written = static_cast<int>(std::clamp(fraction - exponent, 0LL, 100000LL));
+  const char* first = p;
+  while (first < e && (*first == '0' || *first == '.')) ++first;
+  if (first == e) return digits;  // zero
+  const char* last = e;           // just past the last non-zero digit
+  while (last[-1] == '0' || last[-1] == '.') --last;
+  digits.significant = static_cast<int>((last - first) - (first < dot && dot < last));
+  const long long after = last > dot ? last - dot - 1 : -(dot - last);
+  digits.needed = static_cast<int>(std::clamp(after - exponent, 0LL, 100000LL));
+  return digits;
+}
+
 // Skips a leading "+" that from_chars does not take. Null when what follows is not the number's
 // start: another sign, a code with a leading zero ("007", "-01"), or nothing at all.
 const char* NumberStart(const char* text, const char* end) {
@@ -54,27 +133,100 @@ const char* NumberStart(const char* text, const char* end) {
   return p;
 }
 
-bool ParseInteger(const char* text, size_t length, long long& value) {
-  const char* end = text + length;
+// Rewrites `text`, written in `form`, as from_chars reads it ("1.234,5" as "1234.5") into
+// `out` (kMaxNumberText bytes). False when the separators break the form: a grouping character
+// after the decimal symbol, a first group of more than three digits or a later one of other
+// than three, two different grouping characters, or a "." that is neither symbol. `grouping`
+// receives the grouping character used, or NUL.
+bool Rewrite(std::string_view text, const NumberForm& form, char* out, size_t& length,
+             char& grouping) {
+  if (text.size() > kMaxNumberText) return false;
+  grouping = '\0';
+  length = 0;
+  int run = 0;        // digits since the last grouping character, or since the start
+  bool whole = true;  // still among the digits before the decimal symbol
+  for (char c : text) {
+    if (whole && form.Groups(c)) {
+      if (run == 0 || run > 3 || (grouping != '\0' && (run != 3 || c != grouping))) return false;
+      grouping = c;
+      run = 0;
+      continue;
+    }
+    if (IsDigit(c)) {
+      ++run;
+    } else if (c == '+' || c == '-') {
+      if (whole && run > 0) return false;
+    } else {
+      if (whole && grouping != '\0' && run != 3) return false;
+      whole = false;
+      if (c == form.decimal) {
+        c = '.';
+      } else if (c == '.') {
+        return false;
+      }
+    }
+    out[length++] = c;
+  }
+  return !whole || grouping == '\0' || run == 3;
+}
+
+bool ParsePlainInteger(const char* text, const char* end, long long& value, Digits& digits) {
   const char* p = NumberStart(text, end);
   if (p == nullptr) return false;
   std::from_chars_result result = std::from_chars(p, end, value);
-  return result.ec == std::errc() && result.ptr == end;
+  if (result.ec != std::errc() || result.ptr != end) return false;
+  // Trailing zeros are not significant; they can only matter once the column turns real.
+  const char* last = end;
+  while (last - p > 1 && last[-1] == '0') --last;
+  int significant = static_cast<int>(last - p) - (*p == '-');
+  digits.significant = std::min(std::max(significant, 1), 17);
+  return true;
 }
 
-// A finite number; `decimals` is the count of digits after its decimal point.
-bool ParseReal(const char* text, size_t length, double& value, int& decimals) {
-  const char* end = text + length;
+bool ParsePlainReal(const char* text, const char* end, double& value, Digits& digits) {
   const char* p = NumberStart(text, end);
   if (p == nullptr) return false;
   std::from_chars_result result = std::from_chars(p, end, value, std::chars_format::general);
   if (result.ec != std::errc() || result.ptr != end || !std::isfinite(value)) return false;
-  decimals = 0;
-  const char* point = static_cast<const char*>(std::memchr(p, '.', end - p));
-  if (point != nullptr) {
-    for (const char* d = point + 1; d < end && IsDigit(*d); ++d) ++decimals;
+  digits = DigitsOf(p, end);
+  if (digits.significant > kExactDigits) {
+    // More digits than a double holds: what the value needs is in its shortest text.
+    char shortest[32];
+    std::to_chars_result printed = std::to_chars(shortest, shortest + sizeof shortest, value);
+    Digits exact = DigitsOf(shortest, printed.ptr);
+    digits.needed = exact.needed;
+    digits.significant = exact.significant;
   }
   return true;
+}
+
+// A 64-bit integer, blanks around it allowed. `grouping` receives the grouping character the
+// text uses, or NUL.
+bool ParseInteger(const char* text, size_t length, const NumberForm& form, long long& value,
+                  Digits& digits, char& grouping) {
+  std::string_view trimmed = Trimmed(text, length);
+  if (form.Plain()) {
+    grouping = '\0';
+    return ParsePlainInteger(trimmed.data(), trimmed.data() + trimmed.size(), value, digits);
+  }
+  char plain[kMaxNumberText];
+  size_t plainLength;
+  return Rewrite(trimmed, form, plain, plainLength, grouping) &&
+         ParsePlainInteger(plain, plain + plainLength, value, digits);
+}
+
+// A finite number, blanks around it allowed; `digits` describes its text.
+bool ParseReal(const char* text, size_t length, const NumberForm& form, double& value,
+               Digits& digits, char& grouping) {
+  std::string_view trimmed = Trimmed(text, length);
+  if (form.Plain()) {
+    grouping = '\0';
+    return ParsePlainReal(trimmed.data(), trimmed.data() + trimmed.size(), value, digits);
+  }
+  char plain[kMaxNumberText];
+  size_t plainLength;
+  return Rewrite(trimmed, form, plain, plainLength, grouping) &&
+         ParsePlainReal(plain, plain + plainLength, value, digits);
 }
 
 // The categories counted by text, retyped as the column's numbers. Texts that read as one
@@ -116,11 +268,54 @@ CFField::StorageType StorageOf(TemporalKind kind) {
   }
 }
 
-// A free-width number format with the decimals the data show; null for strings. Dates and
-// times take the format of their form.
-std::unique_ptr<CFFormat> DisplayFormatFor(Kind kind, int decimals) {
-  if (kind != Kind::Integer && kind != Kind::Real) return nullptr;
-  return std::make_unique<CFNumberFormat>(CFNumberFormat::Standard, -1, decimals);
+CFFormat::DecimalSymbol DecimalSymbolOf(const NumberForm& form) {
+  return form.decimal == ',' ? CFFormat::DecimalSymbol::Comma : CFFormat::DecimalSymbol::Period;
+}
+
+CFFormat::GroupingSymbol GroupingSymbolOf(char grouping) {
+  switch (grouping) {
+    case ',':
+      return CFFormat::GroupingSymbol::Comma;
+    case '.':
+      return CFFormat::GroupingSymbol::Period;
+    case ' ':
+      return CFFormat::GroupingSymbol::Space;
+    default:
+      return CFFormat::GroupingSymbol::None;
+  }
+}
+
+// The characters a free-width standard format renders numbers in; a number that needs more
+// loses decimals.
+constexpr size_t kFreeWidth = 23;
+
+// What a numeric column's format must show: the most decimals and significant digits any value
+// needs to read back as itself, the decimals the data were written with, and the extremes.
+struct NumberShape {
+  bool integer = false;
+  int decimals = 0;
+  int needed = 0;
+  int significant = 1;
+  double min = 0.0, max = 0.0;
+};
+
+// A free-width number format under which every value renders as the number it is: the
+// decimals the data show, when they fit; otherwise scientific with as many decimals as the
+// most significant digits need.
+std::unique_ptr<CFNumberFormat> NumberFormatFor(const NumberShape& shape) {
+  if (shape.integer) return std::make_unique<CFNumberFormat>(CFNumberFormat::Standard, -1, 0);
+  // A standard text drops decimals only while it is too wide, and the extremes are the widest:
+  // when they fit with the decimals every value needs, no value loses one it needs.
+  bool fits = shape.needed <= Profiler::kMaxDecimals;
+  for (double extreme : {shape.min, shape.max}) {
+    fits = fits && fmt::format("{:.{}f}", extreme, shape.needed).size() <= kFreeWidth;
+  }
+  if (fits) {
+    return std::make_unique<CFNumberFormat>(CFNumberFormat::Standard, -1,
+                                            std::max(shape.decimals, shape.needed));
+  }
+  return std::make_unique<CFNumberFormat>(CFNumberFormat::Scientific, -1,
+                                          std::max(shape.significant - 1, 0));
 }
 
 const char* DecorationText(Profiler::Decoration decoration);
@@ -128,7 +323,8 @@ const char* DecorationText(Profiler::Decoration decoration);
 // A free-width currency or percent format for a numeric column.
 std::unique_ptr<CFFormat> DecoratedFormatFor(const std::string& name, Kind kind, int decimals,
                                              Profiler::Decoration decoration,
-                                             const std::string& symbol) {
+                                             const std::string& symbol, const NumberForm& numbers,
+                                             char grouping) {
   if (kind != Kind::Integer && kind != Kind::Real) {
     throw ToolError(fmt::format("column '{}' is not numeric, so it cannot show as {}", name,
                                 DecorationText(decoration)));
@@ -144,9 +340,10 @@ std::unique_ptr<CFFormat> DecoratedFormatFor(const std::string& name, Kind kind,
     throw ToolError(
         fmt::format("column '{}': the currency symbol '{}' cannot start with 0", name, symbol));
   }
-  if (currency) {
-    format->SetSeparators(CFFormat::DecimalSymbol::Period, CFFormat::GroupingSymbol::Comma);
-  }
+  // Money is grouped even where the data were not: by commas, or by points after a decimal
+  // comma.
+  if (currency && grouping == '\0') grouping = numbers.decimal == ',' ? '.' : ',';
+  format->SetSeparators(DecimalSymbolOf(numbers), GroupingSymbolOf(grouping));
   return format;
 }
 
@@ -170,6 +367,9 @@ struct Profiler::Values {
   std::unique_ptr<CFMoments> moments;
   std::unique_ptr<CFQuantileSketch> quantiles;
   int decimals = 0;
+  // Numbers: the most decimals and significant digits a value needs to read back as itself.
+  int needed = 0;
+  int significant = 1;
 
   explicit Values(bool details) {
     if (details) {
@@ -184,6 +384,11 @@ struct Profiler::Values {
       quantiles->Add(value);
     }
     decimals = std::max(decimals, std::min(places, kMaxDecimals));
+  }
+  void AddNumber(double value, const Digits& digits) {
+    Add(value, digits.written);
+    needed = std::max(needed, digits.needed);
+    significant = std::max(significant, digits.significant);
   }
 };
 
@@ -231,33 +436,43 @@ struct Profiler::Column {
   bool exceeded = false;
   std::unique_ptr<Beyond> beyond;
   std::string key;
+  // The first character seen grouping digits, or NUL.
+  char grouping = '\0';
+  // The null tokens seen, token i being bit (1 << i).
+  uint64_t nullTokens = 0;
 
   // Moves the column's kind along as its cells show more: an integer column may turn real,
   // and any column string; a date or time column keeps to its forms or turns string.
-  void Classify(const char* text, size_t length, bool details) {
+  void Classify(const char* text, size_t length, bool details, const NumberForm& form) {
     bool open = kind == Kind::Empty;
+    Digits digits;
+    char grouped;
     if (open || kind == Kind::Integer) {
       long long integer;
-      if (ParseInteger(text, length, integer)) {
+      if (ParseInteger(text, length, form, integer, digits, grouped)) {
         if (open) numbers = std::make_unique<Values>(details);
         kind = Kind::Integer;
         intStats->Update(integer);
-        numbers->Add(static_cast<double>(integer), 0);
+        numbers->AddNumber(static_cast<double>(integer), digits);
+        if (grouping == '\0') grouping = grouped;
         return;
       }
     }
     double value;
-    int places;
     if (open || kind == Kind::Integer || kind == Kind::Real) {
-      if (ParseReal(text, length, value, places)) {
+      if (ParseReal(text, length, form, value, digits, grouped)) {
         if (open) numbers = std::make_unique<Values>(details);
         kind = Kind::Real;
         intStats.reset();
-        numbers->Add(value, places);
+        numbers->AddNumber(value, digits);
+        if (grouping == '\0') grouping = grouped;
         return;
       }
     }
-    if ((open || kind == Kind::Temporal) && ReadTemporal(text, length, details)) return;
+    if (open || kind == Kind::Temporal) {
+      std::string_view trimmed = Trimmed(text, length);
+      if (!trimmed.empty() && ReadTemporal(trimmed.data(), trimmed.size(), details)) return;
+    }
     kind = Kind::String;
     intStats.reset();
     numbers.reset();
@@ -285,15 +500,21 @@ struct Profiler::Column {
     return true;
   }
 
-  // Counts the text among the categories until more distinct texts come than they may hold;
-  // then they are dropped, and with details the sketches take over from them.
-  void Count(const char* text, size_t length, unsigned maxCategories, bool details) {
+  // Counts the text among the categories until more than `keep` distinct texts come; then
+  // they are dropped (Overflow).
+  void Count(const char* text, size_t length, unsigned keep, unsigned maxCategories, bool details) {
     key.assign(text, length);
-    if (categories->GetNCats() < maxCategories) {
+    if (categories->GetNCats() < keep) {
       categories->Update(key, 1.0);
       return;
     }
     if (categories->UpdateIfKnown(key, 1.0)) return;
+    Overflow(maxCategories, details);
+    if (beyond) beyond->Add(key, 1, kind == Kind::String);
+  }
+
+  // Drops the categories; with details the sketches take over from them.
+  void Overflow(unsigned maxCategories, bool details) {
     exceeded = true;
     if (details) {
       uint32_t capacity = std::clamp(2 * maxCategories, 64u, 1024u);
@@ -303,7 +524,6 @@ struct Profiler::Column {
         beyond->Add(categories->GetCatVal(i), static_cast<uint64_t>(categories->GetCatWeight(i)),
                     text);
       }
-      beyond->Add(key, 1, text);
     }
     categories.reset();
   }
@@ -314,6 +534,34 @@ Profiler::Profiler(unsigned maxCategories, bool summaries, bool details)
 
 void Profiler::Decorate(const std::string& name, Decoration decoration, const std::string& symbol) {
   m_decorations[name] = Decorated{decoration, symbol};
+}
+
+std::vector<std::string> Profiler::DefaultNullTokens() {
+  return {"NA", "N/A", "NaN", "null", "NULL", "-"};
+}
+
+void Profiler::SetNullTokens(const std::vector<std::string>& tokens) {
+  if (tokens.size() > kMaxNullTokens) {
+    throw ToolError(fmt::format("at most {} null tokens can be given", kMaxNullTokens),
+                    kExitBadUsage);
+  }
+  m_nullTokens = tokens;
+}
+
+void Profiler::SetNumberForm(char decimal, const std::string& grouping) {
+  bool valid = (decimal == '.' || decimal == ',') && grouping.size() <= 2;
+  for (char c : grouping) {
+    valid = valid && c != decimal && (c == ',' || c == '.' || c == ' ');
+  }
+  if (!valid) {
+    throw ToolError(fmt::format("numbers cannot be written with the decimal symbol '{}' and the "
+                                "grouping characters '{}'",
+                                decimal, grouping),
+                    kExitBadUsage);
+  }
+  m_decimal = decimal;
+  m_grouping[0] = grouping.empty() ? '\0' : grouping[0];
+  m_grouping[1] = grouping.size() < 2 ? '\0' : grouping[1];
 }
 
 Profiler::~Profiler() = default;
@@ -336,6 +584,13 @@ void Profiler::Header(const std::vector<std::string>& names) {
                                   DecorationText(decorated.second.decoration)));
     }
   }
+  m_nullLengths = 0;
+  m_nullFirstBytes.fill(false);
+  for (const std::string& token : m_nullTokens) {
+    if (token.empty()) continue;  // the empty cell is null anyway
+    m_nullLengths |= uint64_t{1} << std::min<size_t>(token.size(), 63);
+    m_nullFirstBytes[static_cast<unsigned char>(token[0])] = true;
+  }
   m_columns.clear();
   m_columns.resize(names.size());
   for (size_t i = 0; i < names.size(); ++i) {
@@ -343,13 +598,33 @@ void Profiler::Header(const std::vector<std::string>& names) {
   }
 }
 
+bool Profiler::IsNullToken(Column& column, const char* text, size_t length) const {
+  if ((m_nullLengths >> std::min<size_t>(length, 63) & 1) == 0) return false;
+  for (size_t i = 0; i < m_nullTokens.size(); ++i) {
+    const std::string& token = m_nullTokens[i];
+    if (token.size() == length && std::memcmp(token.data(), text, length) == 0) {
+      column.nullTokens |= uint64_t{1} << i;
+      return true;
+    }
+  }
+  return false;
+}
+
 void Profiler::Cell(size_t column, const char* text, size_t length) {
   if (text == nullptr || length == 0) return;  // empty, quoted or not, is null
   Column& c = m_columns[column];
-  if (c.kind != Kind::String) c.Classify(text, length, m_details);
+  if (m_nullFirstBytes[static_cast<unsigned char>(text[0])] && IsNullToken(c, text, length)) {
+    return;
+  }
+  if (c.kind != Kind::String) {
+    c.Classify(text, length, m_details, NumberForm{m_decimal, {m_grouping[0], m_grouping[1]}});
+  }
   ++c.valid;
   if (c.categories) {
-    c.Count(text, length, m_maxCategories, m_details);
+    // A numeric column keeps enough texts to tell whether it is categorical.
+    unsigned keep =
+        c.kind == Kind::String ? m_maxCategories : std::max(m_maxCategories, m_maxNominal);
+    c.Count(text, length, keep, m_maxCategories, m_details);
   } else if (c.beyond) {
     c.beyond->Add(std::string_view(text, length), 1, c.kind == Kind::String);
   }
@@ -357,60 +632,77 @@ void Profiler::Cell(size_t column, const char* text, size_t length) {
 
 void Profiler::EndRow() { ++m_rows; }
 
-std::unique_ptr<CFCatStats> Profiler::TakeCategories(Column& column,
-                                                     std::vector<std::string>& warnings) const {
+CFField::FieldType Profiler::TakeCategories(Column& column, std::unique_ptr<CFCatStats>& categories,
+                                            std::vector<std::string>& warnings) const {
+  categories.reset();
+  const NumberForm form{m_decimal, {m_grouping[0], m_grouping[1]}};
   switch (column.kind) {
     case Kind::Empty:
+      return CFField::Nominal;
     case Kind::Temporal:
-      return nullptr;
+      return CFField::Continuous;
     case Kind::Integer:
-      if (column.exceeded) return nullptr;
-      return Retype<CFCatStatsInt>(*column.categories, [](const std::string& text) {
+      if (column.exceeded) return CFField::Continuous;
+      categories = Retype<CFCatStatsInt>(*column.categories, [&](const std::string& text) {
         long long value = 0;
-        ParseInteger(text.data(), text.size(), value);
+        Digits digits;
+        char grouping;
+        ParseInteger(text.data(), text.size(), form, value, digits, grouping);
         return value;
       });
+      break;
     case Kind::Real:
-      if (column.exceeded) return nullptr;
-      return Retype<CFCatStatsDbl>(*column.categories, [](const std::string& text) {
+      if (column.exceeded) return CFField::Continuous;
+      categories = Retype<CFCatStatsDbl>(*column.categories, [&](const std::string& text) {
         double value = 0.0;
-        int places;
-        ParseReal(text.data(), text.size(), value, places);
+        Digits digits;
+        char grouping;
+        ParseReal(text.data(), text.size(), form, value, digits, grouping);
         return value;
       });
+      break;
     case Kind::String:
+      if (!column.exceeded && !AllCarriable(*column.categories)) {
+        warnings.push_back(fmt::format(
+            "column '{}': some values hold control characters that a document cannot carry; "
+            "its value list and category counts are left out",
+            column.name));
+        return CFField::Nominal;
+      }
+      if (!column.exceeded) categories = std::move(column.categories);
       break;
   }
-  if (column.exceeded) {
+  if (categories && categories->GetNCats() > m_maxNominal && column.kind != Kind::String) {
+    categories.reset();
+    return CFField::Continuous;
+  }
+  if (column.exceeded || categories->GetNCats() > m_maxCategories) {
     warnings.push_back(fmt::format(
         "column '{}': more than {} distinct values; its value list and category counts are "
         "left out (--max-categories raises the limit)",
         column.name, m_maxCategories));
-    return nullptr;
+    categories.reset();
+    return CFField::Nominal;
   }
-  if (!AllCarriable(*column.categories)) {
-    warnings.push_back(fmt::format(
-        "column '{}': some values hold control characters that a document cannot carry; its "
-        "value list and category counts are left out",
-        column.name));
-    return nullptr;
-  }
-  return std::move(column.categories);
+  return categories->GetNCats() == 2 ? CFField::Flag : CFField::Nominal;
 }
 
 namespace {
 
-// The value a cell of a number or date column stands for; `form` is -1 for numbers.
-double ValueOf(const std::string& text, int form) {
+// The value a cell of a number or date column stands for; `form` is -1 for numbers, which are
+// written in `numbers`.
+double ValueOf(const std::string& text, int form, const NumberForm& numbers) {
   double value = 0.0;
   if (form < 0) {
-    int places;
-    ParseReal(text.data(), text.size(), value, places);
+    Digits digits;
+    char grouping;
+    ParseReal(text.data(), text.size(), numbers, value, digits, grouping);
     return value;
   }
+  std::string_view trimmed = Trimmed(text.data(), text.size());
   double values[kFormCount];
   int places[kFormCount];
-  ReadDateForms(text.data(), text.size(), FormSet{1} << form, values, places);
+  ReadDateForms(trimmed.data(), trimmed.size(), FormSet{1} << form, values, places);
   return values[form];
 }
 
@@ -526,6 +818,7 @@ ColumnProfile Profiler::Describe(const Column& column, int form, const Values* v
   profile.count = column.valid;
   profile.nulls = m_rows - column.valid;
   const bool numeric = values != nullptr && values->stats.GetSumFreqWeights() > 0;
+  const NumberForm numbers{m_decimal, {m_grouping[0], m_grouping[1]}};
 
   // 1. Counts by text: exact while the categories hold them all.
   WeightedValues exact;
@@ -539,7 +832,7 @@ ColumnProfile Profiler::Describe(const Column& column, int form, const Values* v
       const std::string& text = categories.GetCatVal(i);
       double weight = categories.GetCatWeight(i);
       order.push_back(i);
-      if (numeric) exact.emplace_back(ValueOf(text, form), weight);
+      if (numeric) exact.emplace_back(ValueOf(text, form, numbers), weight);
       uint64_t length = Characters(text);
       lengthMin = std::min(lengthMin, length);
       lengthMax = std::max(lengthMax, length);
@@ -584,7 +877,7 @@ ColumnProfile Profiler::Describe(const Column& column, int form, const Values* v
     }
   }
   if (numeric) {
-    for (ColumnProfile::Top& entry : top) entry.value = ValueOf(entry.text, form);
+    for (ColumnProfile::Top& entry : top) entry.value = ValueOf(entry.text, form, numbers);
   }
   profile.top = std::move(top);
 
@@ -619,7 +912,23 @@ std::unique_ptr<CFMetaData> Profiler::Finish(std::vector<std::string>& warnings,
   std::vector<ColumnSummary> summaries;
   // The summaries point into the categories, so they live until the tree is built.
   std::vector<std::unique_ptr<CFCatStats>> kept;
+  const NumberForm numbers{m_decimal, {m_grouping[0], m_grouping[1]}};
+  // The null tokens a column held, as its missing values.
+  auto missingTokens = [this](uint64_t seen) {
+    std::vector<CFValue> listed;
+    for (size_t i = 0; i < m_nullTokens.size(); ++i) {
+      if ((seen >> i & 1) != 0 && Carriable(m_nullTokens[i])) {
+        listed.emplace_back(CFDatum(m_nullTokens[i].c_str(), false));
+      }
+    }
+    return CFMissingValues(CFRange(), listed, true, false);
+  };
   for (Column& column : m_columns) {
+    // A column that turned text after it kept more texts than a text column keeps.
+    if (column.kind == Kind::String && column.categories &&
+        column.categories->GetNCats() > m_maxCategories) {
+      column.Overflow(m_maxCategories, m_details);
+    }
     // The reading of a date or time column that stands.
     int form = -1;
     bool assumed = false;
@@ -640,13 +949,10 @@ std::unique_ptr<CFMetaData> Profiler::Finish(std::vector<std::string>& warnings,
       described.back().dateOrderAssumed = assumed;
     }
 
-    std::unique_ptr<CFCatStats> categories = TakeCategories(column, warnings);
-    bool numeric = storage != CFField::StringStorage;
+    std::unique_ptr<CFCatStats> categories;
+    CFField::FieldType type = TakeCategories(column, categories, warnings);
+    bool categorical = type != CFField::Continuous;
     uint32_t count = categories ? categories->GetNCats() : 0;
-    bool categorical = !numeric || (categories && count <= m_maxCategories);
-    CFField::FieldType type = !categorical ? CFField::Continuous
-                              : count == 2 ? CFField::Flag
-                                           : CFField::Nominal;
     if (m_details) described.back().level = type;
     CFField field(column.name, storage, type);
 
@@ -668,13 +974,26 @@ std::unique_ptr<CFMetaData> Profiler::Finish(std::vector<std::string>& warnings,
       stored = column.intStats ? field.SetSumStats(column.intStats.get())
                                : field.SetSumStats(&values->stats);
     }
+    if (storage == CFField::StringStorage && column.nullTokens != 0) {
+      stored = stored && field.SetMissingValues(missingTokens(column.nullTokens));
+    }
     int decimals = values ? values->decimals : 0;
-    std::unique_ptr<CFFormat> format =
-        form >= 0 ? FormatOfForm(form, decimals) : DisplayFormatFor(column.kind, decimals);
+    std::unique_ptr<CFFormat> format;
+    if (form >= 0) format = FormatOfForm(form, decimals);
     auto decorated = m_decorations.find(column.name);
     if (decorated != m_decorations.end()) {
-      format = DecoratedFormatFor(column.name, column.kind, decimals,
-                                  decorated->second.decoration, decorated->second.symbol);
+      format = DecoratedFormatFor(column.name, column.kind, decimals, decorated->second.decoration,
+                                  decorated->second.symbol, numbers, column.grouping);
+    } else if (column.kind == Kind::Integer || column.kind == Kind::Real) {
+      NumberShape shape;
+      shape.integer = column.kind == Kind::Integer;
+      shape.decimals = decimals;
+      shape.needed = values->needed;
+      shape.significant = values->significant;
+      std::tie(shape.min, shape.max) = values->stats.GetExtrema();
+      std::unique_ptr<CFNumberFormat> number = NumberFormatFor(shape);
+      number->SetSeparators(DecimalSymbolOf(numbers), GroupingSymbolOf(column.grouping));
+      format = std::move(number);
     }
     if (format) stored = stored && field.SetPrivateFormat(format.get());
     if (!stored || metadata->AppendField(field) < 0) {
@@ -692,10 +1011,16 @@ std::unique_ptr<CFMetaData> Profiler::Finish(std::vector<std::string>& warnings,
         summary.profile = &described.back();
       } else if (count > 0) {
         summary.categories = categories.get();  // sorted with the field's values
-      } else if (column.kind == Kind::String && column.beyond) {
-        summary.overflow = column.beyond->top.Top(m_maxCategories);
-        summary.overflowCount = column.beyond->count;
-        summary.exceeded = true;
+      } else {
+        // A numeric column categorical beyond the value lists' limit is summarised as a text
+        // column beyond it: by its most frequent values.
+        if (column.kind != Kind::String && column.categories)
+          column.Overflow(m_maxCategories, true);
+        if (column.beyond) {
+          summary.overflow = column.beyond->top.Top(m_maxCategories);
+          summary.overflowCount = column.beyond->count;
+          summary.exceeded = true;
+        }
       }
       summaries.push_back(std::move(summary));
       kept.push_back(std::move(categories));

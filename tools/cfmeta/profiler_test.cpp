@@ -6,13 +6,15 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <map>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <set>
-#include <memory>
 #include <string>
 #include <vector>
 
+#include "cfmeta/field/cfdatum.h"
 #include "cfmeta/format/cfnumberformat.h"
 #include "cfmeta/metadata/cfmetadata.h"
 #include "cfmeta/metadata/cfmetadata_testutil.h"
@@ -24,6 +26,7 @@
 #include "cfmeta/summaries/cfstatisticsext.h"
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "tools/cfmeta/csvreader.h"
+#include "tools/cfmeta/document.h"
 #include "tools/cfmeta/profilejson.h"
 #include "tools/cfmeta/toolerror.h"
 
@@ -38,10 +41,13 @@ struct Profiled {
   std::vector<ColumnProfile> columns;  // with summaries
 };
 
-// Profiles `text`, fed in pieces of `piece` bytes (all at once for 0).
+// Profiles `text`, fed in pieces of `piece` bytes (all at once for 0), with the profiler's
+// settings changed by `setUp` (when given).
 Profiled Profile(const std::string& text, unsigned maxCategories = 5, size_t piece = 0,
-                 char delimiter = ',', bool summaries = false) {
+                 char delimiter = ',', bool summaries = false,
+                 const std::function<void(Profiler&)>& setUp = nullptr) {
   Profiler profiler(maxCategories, summaries);
+  if (setUp) setUp(profiler);
   CsvReader reader("data.csv", delimiter, profiler);
   if (piece == 0) piece = text.size() + 1;
   for (size_t at = 0; at < text.size(); at += piece) {
@@ -74,13 +80,24 @@ std::vector<std::string> ValueTexts(const CFField& field) {
   return texts;
 }
 
+// "from|from+1|...|to".
+std::string Integers(int from, int to) {
+  std::string cells = std::to_string(from);
+  while (from < to) cells += "|" + std::to_string(++from);
+  return cells;
+}
+
 TEST(ProfilerTest, InfersStorageAndMeasurementLevel) {
+  // Numeric columns with up to 10 distinct values are categorical; value lists stop at 5.
   struct Row {
-    const char* cells;  // one column, cells separated by '|'
+    std::string cells;  // one column, cells separated by '|'
     CFField::StorageType storage;
     CFField::FieldType type;
+    double mean = std::nan("");  // of a continuous column, where given
   } rows[] = {
-      {"1|2|3|4|5|6", CFField::IntegerStorage, CFField::Continuous},  // six values, limit 5
+      {Integers(18, 47), CFField::IntegerStorage, CFField::Continuous, 32.5},  // ages
+      {Integers(1, 11), CFField::IntegerStorage, CFField::Continuous, 6.0},
+      {Integers(1, 10), CFField::IntegerStorage, CFField::Nominal},  // no value list beyond 5
       {"1|2|3|4|5|5", CFField::IntegerStorage, CFField::Nominal},
       {"0|1|1|0", CFField::IntegerStorage, CFField::Flag},
       {"-7|+7|7|-7", CFField::IntegerStorage, CFField::Flag},  // "+7" and "7" are one value
@@ -91,7 +108,13 @@ TEST(ProfilerTest, InfersStorageAndMeasurementLevel) {
       {"1|1e400", CFField::StringStorage, CFField::Flag},               // not finite
       {"1|inf|2", CFField::StringStorage, CFField::Nominal},
       {"0x10|1", CFField::StringStorage, CFField::Flag},
-      {" 5|5", CFField::StringStorage, CFField::Flag},  // spaces are part of the text
+      {" 5|5\t|6 ", CFField::IntegerStorage, CFField::Flag},     // blanks around numbers go
+      {" a|a", CFField::StringStorage, CFField::Flag},           // but are part of a text
+      {"1|NA|2|-|NaN", CFField::IntegerStorage, CFField::Flag},  // null tokens are no values
+      {"NULL|2.5|N/A|null", CFField::RealStorage, CFField::Nominal},
+      {"-|2024-01-31", CFField::DateStorage, CFField::Continuous},
+      {"NA|NA", CFField::StringStorage, CFField::Nominal},
+      {"1|na", CFField::StringStorage, CFField::Flag},  // tokens match exactly
       {"a|b|c|d|e|f|g", CFField::StringStorage, CFField::Nominal},
       {"|||", CFField::StringStorage, CFField::Nominal},  // only empty cells
       {"2024-01-31||1999-12-31", CFField::DateStorage, CFField::Continuous},
@@ -123,6 +146,94 @@ TEST(ProfilerTest, InfersStorageAndMeasurementLevel) {
     EXPECT_EQ(row.storage, field.GetStorage());
     EXPECT_EQ(row.type, field.GetType());
     EXPECT_EQ(row.type == CFField::Continuous, field.GetContStats() != nullptr);
+    if (!std::isnan(row.mean) && field.GetContStats() != nullptr) {
+      EXPECT_DOUBLE_EQ(row.mean, field.GetContStats()->GetMean());
+    }
+  }
+}
+
+// Null tokens count as nulls; a string column lists those it holds as missing values.
+TEST(ProfilerTest, NullTokensAreNullsThatStringColumnsList) {
+  const std::string text = "n,s\n1,a\nNA,NA\n2,-\n,b\n-,N/A\n";
+  struct Row {
+    std::vector<std::string> tokens;           // none: the defaults
+    CFField::StorageType storage;              // of n
+    uint64_t nulls;                            // of n
+    std::vector<std::string> values, missing;  // of s
+  } rows[] = {
+      {{}, CFField::IntegerStorage, 3, {"a", "b"}, {"NA", "N/A", "-"}},  // in token order
+      {{""}, CFField::StringStorage, 1, {"-", "N/A", "NA", "a", "b"}, {}},
+      {{"-", "b"}, CFField::StringStorage, 2, {"N/A", "NA", "a"}, {"-", "b"}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(::testing::PrintToString(row.tokens));
+    Profiled result = Profile(text, 5, 0, ',', true, [&](Profiler& profiler) {
+      if (!row.tokens.empty()) profiler.SetNullTokens(row.tokens);
+    });
+    const CFField& n = *result.metadata->GetField("n");
+    EXPECT_EQ(row.storage, n.GetStorage());
+    EXPECT_EQ(row.nulls, result.columns[0].nulls);
+    if (row.storage == CFField::IntegerStorage) {
+      EXPECT_TRUE(n.GetMissingValues().GetMissingValueList().empty());  // only counted
+      EXPECT_EQ(2.0, n.GetCatStats()->GetSumWeights());
+    }
+    const CFField& s = *result.metadata->GetField("s");
+    EXPECT_EQ(row.values, ValueTexts(s));
+    std::vector<std::string> missing;
+    for (const CFValue& value : s.GetMissingValues().GetMissingValueList()) {
+      missing.push_back(value.GetValue().GetString());
+    }
+    EXPECT_EQ(row.missing, missing);
+    cfmeta_test::ExpectRoundTrip(*result.metadata);
+  }
+}
+
+// Every value renders through its field's format as the number it is, in the file's decimal
+// symbol and grouping.
+TEST(ProfilerTest, NumberFormatsShowEveryValueAsWritten) {
+  struct Row {
+    char decimal;
+    const char* grouping;
+    const char* cells;
+    CFField::StorageType storage;
+    const char* min = nullptr;  // rendered; none for a string column
+    const char* max = nullptr;
+  } rows[] = {
+      {'.', "", "2.5E-3|1", CFField::RealStorage, "0.0025", "1.0000"},
+      {'.', "", "1.50|-2", CFField::RealStorage, "-2.00", "1.50"},
+      {'.', "", "1e-12|3", CFField::RealStorage, "1E-012", "3E+000"},
+      {'.', "", "-1.25e-11|3", CFField::RealStorage, "-1.25E-011", "3.00E+000"},
+      {'.', "", "1.5e100|0.5", CFField::RealStorage, "5.0E-001", "1.5E+100"},
+      // Beyond 64 bits: the nearest double, in the 17 digits that tell it apart.
+      {'.', "", "123456789012345678901234|0.5", CFField::RealStorage, "5.0000000000000000E-001",
+       "1.2345678901234569E+023"},
+      {'.', "", "0.1000000000000000055511151231257827|5", CFField::RealStorage, "0.1000000000",
+       "5.0000000000"},  // written beyond a double's digits
+      {'.', ",", "1,234.5|-12,345,678|7", CFField::RealStorage, "-12,345,678.0", "1,234.5"},
+      {',', ". ", "2 000,25|1.234,5|7", CFField::RealStorage, "7,00", "2 000,25"},
+      {',', ". ", "1.234|5", CFField::IntegerStorage, "5", "1.234"},
+      {',', ". ", "1.5|2", CFField::StringStorage},  // a point groups threes
+      {'.', ",", "1,23|4", CFField::StringStorage},
+      {'.', ",", "1234,567|1", CFField::StringStorage},
+      {'.', ",", "1,234,56|1", CFField::StringStorage},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.cells);
+    std::string text = "x\n" + std::string(row.cells) + "\n";
+    std::replace(text.begin(), text.end(), '|', '\n');
+    Profiled result = Profile(text, 5, 0, ';', false, [&](Profiler& profiler) {
+      profiler.SetMaxNominal(0);
+      profiler.SetNumberForm(row.decimal, row.grouping);
+    });
+    const CFField& field = *result.metadata->GetField(0u);
+    ASSERT_EQ(row.storage, field.GetStorage());
+    if (row.storage == CFField::StringStorage) continue;
+    ASSERT_NE(nullptr, field.GetContStats());
+    auto [min, max] = field.GetContStats()->GetExtrema();
+    const CFFormat* format = result.metadata->GetDisplayFormat(field);
+    EXPECT_EQ(row.min, Render(CFDatum(min), format, CFFormat::NoUnits));
+    EXPECT_EQ(row.max, Render(CFDatum(max), format, CFFormat::NoUnits));
+    cfmeta_test::ExpectRoundTrip(*result.metadata);
   }
 }
 
@@ -155,9 +266,12 @@ TEST(ProfilerTest, CategoricalFieldsCarrySortedValuesAndCounts) {
   cfmeta_test::ExpectRoundTrip(metadata);
 }
 
+// Numeric columns with more than five distinct values are continuous.
+void FewNominal(Profiler& profiler) { profiler.SetMaxNominal(5); }
+
 TEST(ProfilerTest, ContinuousStatisticsCoverEveryValueAcrossAWidening) {
   // Integers first, then a real: the column turns real and its statistics keep the integers.
-  Profiled result = Profile("v\n1\n2\n3\n4\n5\n6\n7.25\n", 5);
+  Profiled result = Profile("v\n1\n2\n3\n4\n5\n6\n7.25\n", 5, 0, ',', false, FewNominal);
   const CFField& v = *result.metadata->GetField(0u);
   ASSERT_EQ(CFField::RealStorage, v.GetStorage());
   ASSERT_EQ(CFField::Continuous, v.GetType());
@@ -173,7 +287,7 @@ TEST(ProfilerTest, ContinuousStatisticsCoverEveryValueAcrossAWidening) {
   EXPECT_EQ(-1, format->GetWidth());
 
   // Integers only keep exact extrema beyond a double's 53 bits.
-  result = Profile("v\n9007199254740993\n1\n2\n3\n4\n5\n", 5);
+  result = Profile("v\n9007199254740993\n1\n2\n3\n4\n5\n", 5, 0, ',', false, FewNominal);
   const auto* exact =
       dynamic_cast<const CFContStatsInt*>(result.metadata->GetField(0u)->GetContStats());
   ASSERT_NE(nullptr, exact);
@@ -271,7 +385,7 @@ TEST(ProfilerTest, SummariesHoldTheMomentsAndCategoriesOfTheData) {
   const char* cs[] = {"b", "a", "b", "c", "b", "a", "a"};
   const char* ts[] = {"p", "q", "r", "p", "p", "s", "q"};
   for (int i = 0; i < 7; ++i) text += std::string(xs[i]) + "," + cs[i] + "," + ts[i] + ",\n";
-  Profiled result = Profile(text, 2, 0, ',', true);
+  Profiled result = Profile(text, 2, 0, ',', true, FewNominal);
   const CFDatasetSummaries* summaries = result.metadata->getDatasetSummaries();
   ASSERT_NE(nullptr, summaries);
   const CFFieldSummaries* fields = summaries->getFieldSummaries();
@@ -315,7 +429,7 @@ TEST(ProfilerTest, SummariesHoldTheMomentsAndCategoriesOfTheData) {
   EXPECT_EQ("p", t.getDisStatistics()->getMode());
   EXPECT_EQ("", t.getDisStatistics()->getMedian());  // not known beyond the limit
 
-  result = Profile(text, 5, 0, ',', true);
+  result = Profile(text, 5, 0, ',', true, FewNominal);
   const CFFieldSummary& c =
       *result.metadata->getDatasetSummaries()->getFieldSummaries()->getFieldSummary(1);
   ASSERT_NE(nullptr, c.getDisStatistics());
@@ -333,6 +447,17 @@ TEST(ProfilerTest, SummariesHoldTheMomentsAndCategoriesOfTheData) {
 
   // The summaries travel with the document.
   cfmeta_test::ExpectRoundTrip(*result.metadata);
+
+  // x is nominal with more values than the lists hold: its most frequent values stand in.
+  result = Profile(text, 2, 0, ',', true);
+  const CFFieldSummary& nominal =
+      *result.metadata->getDatasetSummaries()->getFieldSummaries()->getFieldSummary(0);
+  ASSERT_EQ("x", nominal.getFieldName());
+  ASSERT_NE(nullptr, nominal.getDisStatistics());
+  const CFDistributionSummary* top = nominal.getDisStatistics()->getDistributionSummary();
+  ASSERT_NE(nullptr, top);
+  EXPECT_EQ(CfCppHelperV1::XMLEntities::True, top->getMaxCatsExceeded());
+  EXPECT_EQ(2u, top->getCategoryCount());
 }
 
 TEST(ProfilerTest, DeepProfileMatchesFiguresWorkedOutApart) {
