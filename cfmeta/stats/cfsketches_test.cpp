@@ -414,7 +414,7 @@ TEST(CFDistinctCountTest, MergedPartsCountTheUnion) {
         const uint64_t hash = CFSketchHash(&i, sizeof i);
         const size_t value = random() % n;  // about 86% of the n values
         whole.AddHash(CFSketchHash(&value, sizeof value));
-        // Part i sees a tenth of the stream, part 0 most of it: exact and estimating mix.
+        // Piece i sees a tenth of the stream, piece 0 most of it: exact and estimating mix.
         pieces[hash % 10 < parts - 1 ? hash % 10 + 1 : 0].AddHash(
             CFSketchHash(&value, sizeof value));
       }

@@ -1,5 +1,7 @@
 #include "tools/cfmeta/isodate.h"
 
+#include <fmt/format.h>
+
 #include <cmath>
 
 namespace cfmeta_tool {
@@ -33,6 +35,30 @@ long long DaysFromCivil(int year, int month, int day) {
   const long long dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
   const long long dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
   return era * 146097 + dayOfEra - 719468;
+}
+
+// The civil date of a day count from 1970-01-01, proleptic Gregorian.
+void CivilFromDays(long long days, long long& year, unsigned& month, unsigned& day) {
+  days += 719468;
+  const long long era = (days >= 0 ? days : days - 146096) / 146097;
+  const unsigned dayOfEra = static_cast<unsigned>(days - era * 146097);
+  const unsigned yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
+  const unsigned dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+  const unsigned shifted = (5 * dayOfYear + 2) / 153;
+  day = dayOfYear - (153 * shifted + 2) / 5 + 1;
+  month = shifted < 10 ? shifted + 3 : shifted - 9;
+  year = static_cast<long long>(yearOfEra) + era * 400 + (month <= 2);
+}
+
+std::string TimeText(double seconds, int decimals) {
+  const double scale = std::pow(10.0, decimals);
+  const long long units = std::llround(seconds * scale);
+  const long long whole = units / static_cast<long long>(scale);
+  std::string text = fmt::format("{:02}:{:02}:{:02}", whole / 3600, whole / 60 % 60, whole % 60);
+  if (decimals > 0) {
+    text += fmt::format(".{:0{}}", units % static_cast<long long>(scale), decimals);
+  }
+  return text;
 }
 
 }  // namespace
@@ -81,6 +107,20 @@ bool ParseIsoTimestamp(const char* text, size_t length, double& seconds, int& de
   }
   seconds = days * kSecondsPerDay + time;
   return true;
+}
+
+std::string IsoText(CFField::StorageType storage, double value, int decimals) {
+  if (storage == CFField::TimeStorage) return TimeText(value, decimals);
+  long long days = static_cast<long long>(
+      std::floor(storage == CFField::DateStorage ? value : value / 86400.0));
+  long long year;
+  unsigned month, day;
+  CivilFromDays(days, year, month, day);
+  std::string text = fmt::format("{:04}-{:02}-{:02}", year, month, day);
+  if (storage == CFField::TimestampStorage) {
+    text += 'T' + TimeText(value - static_cast<double>(days) * 86400.0, decimals);
+  }
+  return text;
 }
 
 }  // namespace cfmeta_tool

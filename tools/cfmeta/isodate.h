@@ -5,6 +5,9 @@
 #define TOOLS_CFMETA_ISODATE_H_
 
 #include <cstddef>
+#include <string>
+
+#include "cfmeta/field/cffield.h"
 
 namespace cfmeta_tool {
 
@@ -14,6 +17,10 @@ bool ParseIsoDate(const char* text, size_t length, double& days);
 bool ParseIsoTime(const char* text, size_t length, double& seconds, int& decimals);
 // A date, "T" or one space, and a time; a final "Z" is allowed.
 bool ParseIsoTimestamp(const char* text, size_t length, double& seconds, int& decimals);
+
+// `value` of a field of date, time or timestamp `storage` in ISO 8601 form, with `decimals`
+// fraction digits of a second.
+std::string IsoText(CFField::StorageType storage, double value, int decimals);
 
 }  // namespace cfmeta_tool
 

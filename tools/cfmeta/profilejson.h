@@ -30,10 +30,6 @@ namespace cfmeta_tool {
 // The profile as JSON text, indented, with a final line end.
 std::string ProfileJson(const std::vector<ColumnProfile>& columns, uint64_t rows);
 
-// `value` of a field of date, time or timestamp `storage` in ISO 8601 form, with `decimals`
-// fraction digits of a second.
-std::string IsoText(CFField::StorageType storage, double value, int decimals);
-
 }  // namespace cfmeta_tool
 
 #endif  // TOOLS_CFMETA_PROFILEJSON_H_

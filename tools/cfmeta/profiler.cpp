@@ -200,33 +200,33 @@ bool ParsePlainReal(const char* text, const char* end, double& value, Digits& di
   return true;
 }
 
-// A 64-bit integer, blanks around it allowed. `grouping` receives the grouping character the
-// text uses, or NUL.
-bool ParseInteger(const char* text, size_t length, const NumberForm& form, long long& value,
-                  Digits& digits, char& grouping) {
+// A number read by `parsePlain` once blanks around it are gone and, for a form other than the
+// plain one, its separators are rewritten. `grouping` receives the grouping character the text
+// uses, or NUL.
+template <typename T, typename ParsePlain>
+bool ParseInForm(const char* text, size_t length, const NumberForm& form, T& value,
+                 Digits& digits, char& grouping, ParsePlain parsePlain) {
   std::string_view trimmed = Trimmed(text, length);
   if (form.Plain()) {
     grouping = '\0';
-    return ParsePlainInteger(trimmed.data(), trimmed.data() + trimmed.size(), value, digits);
+    return parsePlain(trimmed.data(), trimmed.data() + trimmed.size(), value, digits);
   }
   char plain[kMaxNumberText];
   size_t plainLength;
   return Rewrite(trimmed, form, plain, plainLength, grouping) &&
-         ParsePlainInteger(plain, plain + plainLength, value, digits);
+         parsePlain(plain, plain + plainLength, value, digits);
 }
 
-// A finite number, blanks around it allowed; `digits` describes its text.
+// A 64-bit integer.
+bool ParseInteger(const char* text, size_t length, const NumberForm& form, long long& value,
+                  Digits& digits, char& grouping) {
+  return ParseInForm(text, length, form, value, digits, grouping, ParsePlainInteger);
+}
+
+// A finite number; `digits` describes its text.
 bool ParseReal(const char* text, size_t length, const NumberForm& form, double& value,
                Digits& digits, char& grouping) {
-  std::string_view trimmed = Trimmed(text, length);
-  if (form.Plain()) {
-    grouping = '\0';
-    return ParsePlainReal(trimmed.data(), trimmed.data() + trimmed.size(), value, digits);
-  }
-  char plain[kMaxNumberText];
-  size_t plainLength;
-  return Rewrite(trimmed, form, plain, plainLength, grouping) &&
-         ParsePlainReal(plain, plain + plainLength, value, digits);
+  return ParseInForm(text, length, form, value, digits, grouping, ParsePlainReal);
 }
 
 // The categories counted by text, retyped as the column's numbers. Texts that read as one

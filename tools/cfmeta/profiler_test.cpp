@@ -27,6 +27,7 @@
 #include "cfmeta/vocab/cfvocabulary.h"
 #include "tools/cfmeta/csvreader.h"
 #include "tools/cfmeta/document.h"
+#include "tools/cfmeta/isodate.h"
 #include "tools/cfmeta/profilejson.h"
 #include "tools/cfmeta/toolerror.h"
 
